@@ -1,0 +1,8 @@
+#pragma once
+#include <QtCore/qglobal.h>
+
+#if defined(UIREMOTECONTROL_LIBRARY)
+#define UIREMOTECONTROL_EXPORT Q_DECL_EXPORT
+#else
+#define UIREMOTECONTROL_EXPORT Q_DECL_IMPORT
+#endif
