@@ -1,0 +1,208 @@
+#include "Host.h"
+
+#include <UIRemoteControl.h>
+
+#include <QCommandLineParser>
+#include <QDir>
+#include <QGuiApplication>
+#include <QQmlApplicationEngine>
+#include <QQmlContext>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QSet>
+#include <QSocketNotifier>
+#include <QTextStream>
+
+#include <csignal>
+#include <cstdio>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+int g_signalPipe[2] = {-1, -1};
+
+void OnQuitSignal(int)
+{
+    const char byte = 1;
+    [[maybe_unused]] ssize_t written = ::write(g_signalPipe[1], &byte, 1);
+}
+
+// Children in the object tree plus visual children that live elsewhere (delegates).
+QList<QObject *> TreeChildren(QObject *object)
+{
+    QList<QObject *> children = object->children();
+    if (auto *item = qobject_cast<QQuickItem *>(object)) {
+        for (QQuickItem *child : item->childItems()) {
+            if (!children.contains(child))
+                children.append(child);
+        }
+    }
+    return children;
+}
+
+QString IdOf(QObject *object)
+{
+    for (QQmlContext *context = qmlContext(object); context; context = context->parentContext()) {
+        const QString id = context->nameForObject(object);
+        if (!id.isEmpty())
+            return id;
+    }
+    return QString();
+}
+
+void NameFromIds(QObject *object, QSet<QObject *> &seen)
+{
+    if (!object || seen.contains(object))
+        return;
+    seen.insert(object);
+    if (object->objectName().isEmpty()) {
+        const QString id = IdOf(object);
+        if (!id.isEmpty())
+            object->setObjectName(id);
+    }
+    for (QObject *child : TreeChildren(object))
+        NameFromIds(child, seen);
+}
+
+// The remote control, with the host's extras: ids as names before each message, and the tree dump.
+class HostRemoteControl : public UIRemoteControl {
+public:
+    HostRemoteControl(QObject *root, QQmlContext *context, int port, QWindow *window, bool nameFromIds)
+        : UIRemoteControl(root, context, port, window), m_root(root), m_nameFromIds(nameFromIds)
+    {
+        ApplyIds();
+    }
+
+    void ApplyIds()
+    {
+        QSet<QObject *> seen;
+        if (m_nameFromIds)
+            NameFromIds(m_root, seen);
+    }
+
+    // Prints every object with its label, class and the shortest dotted path that finds it.
+    void DumpTree(QTextStream &out)
+    {
+        QSet<QObject *> seen;
+        Dump(out, m_root, 0, QStringList(), seen);
+    }
+
+protected:
+    void PickNextControl() override
+    {
+        ApplyIds(); // delegates created since the last message get their names too
+        UIRemoteControl::PickNextControl();
+    }
+
+private:
+    QObject *Resolve(const QString &path) const
+    {
+        return FindNamedQMLObject({{QStringLiteral("objname"), path}});
+    }
+
+    void Dump(QTextStream &out, QObject *object, int depth, QStringList namedAncestors, QSet<QObject *> &seen)
+    {
+        if (!object || seen.contains(object))
+            return;
+        seen.insert(object);
+        const QString name = object->objectName();
+        QString path = QStringLiteral("-");
+        if (!name.isEmpty()) {
+            namedAncestors.append(name);
+            if (Resolve(name) == object)
+                path = name;
+            else if (Resolve(namedAncestors.join(QLatin1Char('.'))) == object)
+                path = namedAncestors.join(QLatin1Char('.'));
+        }
+        out << QString(depth * 2, QLatin1Char(' ')) << GetObjectOrClassName(object) << "  ["
+            << object->metaObject()->className() << "]  " << path << '\n';
+        for (QObject *child : TreeChildren(object))
+            Dump(out, child, depth + 1, namedAncestors, seen);
+    }
+
+    QObject *m_root;
+    bool m_nameFromIds;
+};
+
+} // namespace
+
+int RunHost(int argc, char *argv[], const std::function<void(QQmlApplicationEngine &)> &prepare)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY") &&
+        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (qgetenv("QT_QPA_PLATFORM") == "offscreen" && qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND"))
+        qputenv("QT_QUICK_BACKEND", "software");
+
+    QGuiApplication app(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("uiremote-host"));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Serves a QML file through the UI remote control."));
+    parser.addHelpOption();
+    QCommandLineOption portOption(QStringLiteral("port"), QStringLiteral("TCP port (default 34541)."),
+                                  QStringLiteral("N"), QString::number(UIRemoteControl::DEFAULT_PORT));
+    QCommandLineOption idsOption(QStringLiteral("name-from-ids"),
+                                 QStringLiteral("Give objects without objectName their QML id as name."));
+    QCommandLineOption dumpOption(QStringLiteral("dump-tree"),
+                                  QStringLiteral("Print the object tree with labels, classes and paths."));
+    QCommandLineOption shotOption(QStringLiteral("screenshot"), QStringLiteral("Save the window's image at exit."),
+                                  QStringLiteral("FILE"));
+    QCommandLineOption importOption(QStringLiteral("import"), QStringLiteral("Add a QML import path."),
+                                    QStringLiteral("PATH"));
+    parser.addOptions({portOption, idsOption, dumpOption, shotOption, importOption});
+    parser.addPositionalArgument(QStringLiteral("file.qml"), QStringLiteral("The QML file to load."));
+    parser.process(app);
+    if (parser.positionalArguments().size() != 1)
+        parser.showHelp(2);
+
+    QQmlApplicationEngine engine;
+    for (const QString &path : parser.values(importOption))
+        engine.addImportPath(path);
+    if (prepare)
+        prepare(engine);
+    engine.load(QUrl::fromUserInput(parser.positionalArguments().first(), QDir::currentPath(), QUrl::AssumeLocalFile));
+    if (engine.rootObjects().isEmpty()) {
+        std::fprintf(stderr, "uiremote-host: could not load %s\n", qPrintable(parser.positionalArguments().first()));
+        return 1;
+    }
+    QObject *root = engine.rootObjects().first();
+    QQuickWindow *window = qobject_cast<QQuickWindow *>(root);
+    if (!window) {
+        if (auto *item = qobject_cast<QQuickItem *>(root))
+            window = item->window();
+    }
+
+    bool portOk = false;
+    const int port = parser.value(portOption).toInt(&portOk);
+    HostRemoteControl remote(root, engine.rootContext(), portOk ? port : -1, window, parser.isSet(idsOption));
+    if (!remote.IsListening()) {
+        std::fprintf(stderr, "uiremote-host: cannot listen on port %s\n", qPrintable(parser.value(portOption)));
+        return 1;
+    }
+    if (parser.isSet(dumpOption)) {
+        QTextStream out(stdout);
+        remote.DumpTree(out);
+    }
+
+    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, g_signalPipe) == 0) {
+        auto *notifier = new QSocketNotifier(g_signalPipe[0], QSocketNotifier::Read, &app);
+        QObject::connect(notifier, &QSocketNotifier::activated, &app, &QCoreApplication::quit);
+        std::signal(SIGINT, OnQuitSignal);
+        std::signal(SIGTERM, OnQuitSignal);
+    }
+
+    std::printf("uiremote-host: listening on %d\n", remote.ServerPort());
+    std::fflush(stdout);
+    const int status = app.exec();
+
+    if (parser.isSet(shotOption) && window) {
+        const QString file = parser.value(shotOption);
+        if (!window->grabWindow().save(file)) {
+            std::fprintf(stderr, "uiremote-host: could not save %s\n", qPrintable(file));
+            return 1;
+        }
+    }
+    return status;
+}
