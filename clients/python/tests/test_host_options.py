@@ -1,0 +1,63 @@
+"""uiremote-host's --name-from-ids and --dump-tree, on a scene written without object names."""
+
+import re
+
+from conftest import QML_DIR
+
+UNNAMED = QML_DIR / "unnamed.qml"
+
+# One line per object: indentation, label, [class], dotted path ("-" when none finds it).
+TREE_LINE = re.compile(r"^(?P<indent> *)(?P<label>\S+)\s+\[(?P<cls>[^\]]+)\]\s+(?P<path>\S+)\s*$")
+
+
+def tree(output):
+    """The dump's lines as dicts, in order (the banner and Qt's messages are skipped)."""
+    return [match.groupdict() for match in map(TREE_LINE.match, output.splitlines()) if match]
+
+
+def test_without_names_paths_do_not_resolve(uiremote_app):
+    client = uiremote_app(UNNAMED).client
+    assert client.exists("box.button") is False
+    assert client.click("box.button", window="win").result is False
+
+
+def test_name_from_ids_makes_ids_usable_as_names(uiremote_app):
+    client = uiremote_app(UNNAMED, "--name-from-ids").client
+    assert client.exists("box.button") is True
+    assert client.get_window_name("box.button").value == "win"
+    assert client.click("box.button", window="win").result is True
+    assert client.get_property("button", "clicks").value == 1
+    assert client.get_property("caption", "text").value == "clicked 1 times"
+
+
+def test_dump_tree_lists_labels_classes_and_paths(uiremote_app):
+    app = uiremote_app(UNNAMED, "--dump-tree")
+    lines = tree(app.output)
+    assert lines, "no tree in the output:\n" + app.output
+    assert lines[0]["indent"] == ""
+    assert "QQuickWindow" in lines[0]["cls"]
+    classes = [line["cls"] for line in lines]
+    assert any("QQuickRectangle" in cls for cls in classes)
+    assert any("QQuickText" in cls for cls in classes)
+    assert any("QQuickMouseArea" in cls for cls in classes)
+    # Without names an object is listed under its class name and no path reaches it.
+    for line in lines:
+        assert line["label"] == line["cls"]
+        assert line["path"] == "-"
+    assert app.output.index("[") < app.output.index("uiremote-host: listening on")
+
+
+def test_dump_tree_with_ids_gives_paths_that_resolve(uiremote_app):
+    app = uiremote_app(UNNAMED, "--name-from-ids", "--dump-tree")
+    lines = tree(app.output)
+    by_label = {line["label"]: line for line in lines}
+    for name in ("win", "box", "button", "caption"):
+        assert name in by_label, "%s missing from the tree:\n%s" % (name, app.output)
+    assert "QQuickRectangle" in by_label["button"]["cls"]
+    assert len(by_label["button"]["indent"]) > len(by_label["box"]["indent"]) > len(by_label["win"]["indent"])
+    for line in lines:
+        if line["path"] != "-":
+            assert line["path"].split(".")[-1] == line["label"]
+            assert app.client.exists(line["path"]), line
+    assert by_label["button"]["path"] != "-"
+    assert app.client.get_property(by_label["button"]["path"], "clicks").value == 0

@@ -1,0 +1,44 @@
+"""Python client of the UI remote control for Qt Quick applications.
+
+    from uiremote import Client
+    from uiremote.qt import Key, Modifier
+
+    with Client(port=34541, window="mainWindow") as app:
+        app.click("main.okButton", modifiers=Modifier.SHIFT)
+        assert app.get_property("main.okButton", "clicks").value == 1
+        app.key_click("mainWindow", Key.RETURN)
+"""
+
+from . import qt
+from .client import CONTROL_TYPES, DEFAULT_PORT, Client, Reply, ReplyReader, encode_request
+from .errors import (
+    UIRemoteAppError,
+    UIRemoteCommandFailed,
+    UIRemoteConnectionError,
+    UIRemoteError,
+    UIRemoteProtocolError,
+    UIRemoteTimeout,
+)
+from .qt import Button, Key, Modifier, MouseButton
+
+__version__ = "0.1.0"
+
+__all__ = [
+    "CONTROL_TYPES",
+    "DEFAULT_PORT",
+    "Client",
+    "Reply",
+    "ReplyReader",
+    "encode_request",
+    "qt",
+    "Button",
+    "Key",
+    "Modifier",
+    "MouseButton",
+    "UIRemoteError",
+    "UIRemoteConnectionError",
+    "UIRemoteTimeout",
+    "UIRemoteProtocolError",
+    "UIRemoteCommandFailed",
+    "UIRemoteAppError",
+]

@@ -1,0 +1,44 @@
+"""Exceptions raised by the uiremote client."""
+
+__all__ = [
+    "UIRemoteError",
+    "UIRemoteConnectionError",
+    "UIRemoteTimeout",
+    "UIRemoteProtocolError",
+    "UIRemoteCommandFailed",
+    "UIRemoteAppError",
+]
+
+
+class UIRemoteError(Exception):
+    """Base class of every error of this package."""
+
+
+class UIRemoteConnectionError(UIRemoteError):
+    """The application cannot be reached, or it closed the connection."""
+
+
+class UIRemoteTimeout(UIRemoteError):
+    """No complete reply arrived in time.  The connection is closed, since a late reply would
+    otherwise be taken for the answer to the next request."""
+
+
+class UIRemoteProtocolError(UIRemoteError):
+    """The application sent bytes that are not a reply object."""
+
+
+class UIRemoteCommandFailed(UIRemoteError):
+    """Raised by :meth:`Reply.check` when a control answered ``{"result": false}``."""
+
+    def __init__(self, message, reply=None, request=None):
+        super().__init__(message)
+        self.reply = reply
+        self.request = request
+
+
+class UIRemoteAppError(UIRemoteError):
+    """The application under test could not be started, or it ended unexpectedly."""
+
+    def __init__(self, message, output=""):
+        super().__init__(message)
+        self.output = output

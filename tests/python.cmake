@@ -1,0 +1,13 @@
+# End-to-end tests of the Python client (clients/python): pytest drives uiremote-host over TCP.
+# Included by tests/CMakeLists.txt. Needs Debian's /usr/bin/python3 with python3-pytest.
+if(TARGET uiremote-host)
+  set(UIRC_PYTHON "/usr/bin/python3" CACHE FILEPATH "Python interpreter for the Python client tests")
+  add_test(NAME python_e2e
+    COMMAND ${UIRC_PYTHON} -m pytest -q -p no:cacheprovider
+            --basetemp=${CMAKE_CURRENT_BINARY_DIR}/python_e2e.tmp
+            ${PROJECT_SOURCE_DIR}/clients/python/tests
+    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}/clients/python)
+  set_tests_properties(python_e2e PROPERTIES
+    ENVIRONMENT "PYTHONPATH=${PROJECT_SOURCE_DIR}/clients/python;UIREMOTE_HOST=$<TARGET_FILE:uiremote-host>;QT_QPA_PLATFORM=offscreen;QT_QUICK_BACKEND=software;PYTHONDONTWRITEBYTECODE=1"
+    TIMEOUT 600)
+endif()
