@@ -17,7 +17,7 @@ Window {
 
         Column {
             objectName: "left"
-            x: 16; y: 16
+            x: 12; y: 16
             spacing: 10
 
             Rectangle {
@@ -26,12 +26,12 @@ Window {
                 property int doubleClicks: 0
                 property string lastButton: ""
                 property int lastModifiers: 0
-                width: 180; height: 40; radius: 4
+                width: 200; height: 40; radius: 4
                 color: okArea.pressed ? "#4a78b0" : "#7fa6d6"
                 Text {
                     anchors.centerIn: parent
-                    text: "OK  clicks " + parent.clicks + "  double " + parent.doubleClicks
-                          + (parent.lastButton ? "  " + parent.lastButton : "")
+                    text: "OK: " + parent.clicks + " clicks, " + parent.doubleClicks + " double"
+                          + (parent.lastButton ? ", " + parent.lastButton : "")
                 }
                 MouseArea {
                     id: okArea

@@ -9,6 +9,7 @@
 #include <QQmlContext>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QScreen>
 #include <QSet>
 #include <QSocketNotifier>
 #include <QTextStream>
@@ -125,6 +126,19 @@ private:
     bool m_nameFromIds;
 };
 
+// The window's image, taken while the scene is still rendering.
+bool SaveScreenshot(QQuickWindow *window, const QString &file)
+{
+    QImage image = window ? window->grabWindow() : QImage();
+    if (image.isNull() && window && window->screen()) // some platforms grab only through the screen
+        image = window->screen()->grabWindow(window->winId()).toImage();
+    if (image.isNull() || !image.save(file)) {
+        std::fprintf(stderr, "uiremote-host: could not save %s (%s)\n", qPrintable(file), image.isNull() ? "no image" : "write failed");
+        return false;
+    }
+    return true;
+}
+
 } // namespace
 
 int RunHost(int argc, char *argv[], const std::function<void(QQmlApplicationEngine &)> &prepare)
@@ -186,9 +200,15 @@ int RunHost(int argc, char *argv[], const std::function<void(QQmlApplicationEngi
         remote.DumpTree(out);
     }
 
+    bool shotFailed = false;
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, g_signalPipe) == 0) {
         auto *notifier = new QSocketNotifier(g_signalPipe[0], QSocketNotifier::Read, &app);
-        QObject::connect(notifier, &QSocketNotifier::activated, &app, &QCoreApplication::quit);
+        QObject::connect(notifier, &QSocketNotifier::activated, &app, [&] {
+            // The image is taken while the event loop still runs the scene.
+            if (parser.isSet(shotOption) && !SaveScreenshot(window, parser.value(shotOption)))
+                shotFailed = true;
+            QCoreApplication::quit();
+        });
         std::signal(SIGINT, OnQuitSignal);
         std::signal(SIGTERM, OnQuitSignal);
     }
@@ -196,13 +216,7 @@ int RunHost(int argc, char *argv[], const std::function<void(QQmlApplicationEngi
     std::printf("uiremote-host: listening on %d\n", remote.ServerPort());
     std::fflush(stdout);
     const int status = app.exec();
-
-    if (parser.isSet(shotOption) && window) {
-        const QString file = parser.value(shotOption);
-        if (!window->grabWindow().save(file)) {
-            std::fprintf(stderr, "uiremote-host: could not save %s\n", qPrintable(file));
-            return 1;
-        }
-    }
+    if (shotFailed)
+        return 1;
     return status;
 }
