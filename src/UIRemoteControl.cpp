@@ -368,7 +368,7 @@ QObject *UIRemoteControl::FindQMLObject(QObject *parent, QStringList names, Rout
             route->TakeSnapshot(QStringLiteral("invalid argument"));
         return nullptr;
     }
-    if (!names.isEmpty() && parent->objectName() == names.first())
+    if (!names.isEmpty() && parent->objectName() == names.constFirst())
         names.removeFirst();
     if (names.isEmpty()) {
         if (route)
@@ -382,11 +382,13 @@ QObject *UIRemoteControl::FindQMLObject(QObject *parent, QStringList names, Rout
     static const QStringList repeaterClasses = {QStringLiteral("QQuickRepeater")};
     static const QStringList flickableClasses = {QStringLiteral("QQuickFlickable"), QStringLiteral("QQuickGridView"),
                                                  QStringLiteral("QQuickListView")};
-    if (isDerivedFrom(parent, repeaterClasses)) {
+    // The guards skip class-name tests that cannot change the outcome: only items have repeater
+    // delegates, and a flickable's delegates hang below one of its children.
+    if (qobject_cast<QQuickItem *>(parent) && isDerivedFrom(parent, repeaterClasses)) {
         if (QObject *found = FindQMLObjectForRepeater(parent, names, route))
             return found;
     }
-    if (isDerivedFrom(parent, flickableClasses))
+    if (!parent->children().isEmpty() && isDerivedFrom(parent, flickableClasses))
         return FindQMLObjectForFlickable(parent, names, route);
     return nullptr;
 }

@@ -2,5 +2,5 @@
 # own against it with find_package(UIRemoteControl).
 add_test(NAME package_config
   COMMAND ${CMAKE_COMMAND} -DBUILD_DIR=${PROJECT_BINARY_DIR} -DSOURCE_DIR=${PROJECT_SOURCE_DIR}
-          -P ${CMAKE_CURRENT_SOURCE_DIR}/package_test.cmake)
+          -P ${CMAKE_CURRENT_SOURCE_DIR}/package/package_test.cmake)
 set_tests_properties(package_config PROPERTIES TIMEOUT 600)

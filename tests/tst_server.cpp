@@ -272,7 +272,8 @@ private slots:
         QCOMPARE(root->tags, QStringList({"delayed", "next"}));
         QCOMPARE(client->replies[0].value("value").toInt(), 0);
         QCOMPARE(client->replies[1].value("value").toInt(), 1);
-        QVERIFY2(firstAt >= 290, qPrintable(QString::number(firstAt)));
+        // Delays run on a coarse timer, which may fire up to 5% early.
+        QVERIFY2(firstAt >= 280, qPrintable(QString::number(firstAt)));
         QVERIFY(secondAt >= firstAt);
     }
 
@@ -283,7 +284,7 @@ private slots:
         clock.start();
         client->Send(Record("late", ", \"timeout\": 250"));
         QTRY_COMPARE_WITH_TIMEOUT(client->replies.size(), 1, 5000);
-        QVERIFY2(clock.elapsed() >= 240, qPrintable(QString::number(clock.elapsed())));
+        QVERIFY2(clock.elapsed() >= 235, qPrintable(QString::number(clock.elapsed())));
     }
 
     void clientLeavingDuringDelayGetsNoReplyAndQueueMovesOn()

@@ -178,6 +178,26 @@ Window {
             property string mode: "auto"
         }
 
+        // A repeater whose delegate component lives outside it: its own children() is empty.
+        Column {
+            objectName: "bareColumn"
+            x: 500
+            Component {
+                id: bareCell
+                Item {
+                    objectName: "bareCell" + index
+                    width: 10
+                    height: 10
+                    property int cellIndex: index
+                }
+            }
+            Repeater {
+                objectName: "bareRepeater"
+                model: 2
+                delegate: bareCell
+            }
+        }
+
         // An item held by a property: it has no parent item and so no window.
         property Item floating: Item {
             objectName: "floatingItem"

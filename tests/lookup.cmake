@@ -1,0 +1,7 @@
+# Object location, property access, method invocation and window names.
+uirc_add_test(tst_lookup SOURCES
+  ${CMAKE_CURRENT_LIST_DIR}/tst_lookup.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/lookup_fixture.h)
+uirc_add_test(tst_properties SOURCES
+  ${CMAKE_CURRENT_LIST_DIR}/tst_properties.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/lookup_fixture.h)
