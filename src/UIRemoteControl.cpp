@@ -357,7 +357,11 @@ bool UIRemoteControl::isDerivedFrom(const QObject *object, const QStringList &cl
 
 QObject *UIRemoteControl::FindQMLObject(QObject *parent, QStringList names, RouteStack *route) const
 {
-    const QString label = GetObjectOrClassName(parent);
+    // The label is the object's name, else its class name (GetObjectOrClassName), with the name
+    // read only once: it is also what the head of the path is compared with.
+    const QString objectName = parent ? parent->objectName() : QString();
+    const QString label = !parent || !objectName.isEmpty() ? objectName
+                                                           : QString::fromLatin1(parent->metaObject()->className());
     // The address is shown by its low 32 bits, which is what the "%X" conversion takes.
     RC_LOG(TraceLog::Trace, "%s, pParent = [%X], name = [%s], objNames = [%s]", "UIRemoteControl::FindQMLObject",
            static_cast<unsigned>(reinterpret_cast<quintptr>(parent)), label.toLocal8Bit().constData(),
@@ -368,7 +372,7 @@ QObject *UIRemoteControl::FindQMLObject(QObject *parent, QStringList names, Rout
             route->TakeSnapshot(QStringLiteral("invalid argument"));
         return nullptr;
     }
-    if (!names.isEmpty() && parent->objectName() == names.constFirst())
+    if (!names.isEmpty() && objectName == names.constFirst())
         names.removeFirst();
     if (names.isEmpty()) {
         if (route)
