@@ -1,9 +1,8 @@
-# make build | make test | make demo
+# make build | make test | make demo | make bench | make fuzz | make test-sanitize
 BUILD_DIR ?= build
 JOBS ?= 2
-PYTHON ?= /usr/bin/python3
 
-.PHONY: all deps build test demo clean
+.PHONY: all deps build test test-unit test-sanitize fuzz fuzz-short demo bench clean
 
 all: build
 
@@ -16,11 +15,26 @@ $(BUILD_DIR)/CMakeCache.txt: | deps
 build: deps $(BUILD_DIR)/CMakeCache.txt
 	cmake --build $(BUILD_DIR) -j$(JOBS)
 
-test: build
+# Every suite: the C++ and Python suites, the short fuzz runs, and the C++ suites under sanitizers.
+test: test-unit fuzz-short test-sanitize
+
+test-unit: build
 	cd $(BUILD_DIR) && ctest --output-on-failure -j$(JOBS)
+
+test-sanitize: deps
+	scripts/test-sanitize.sh
+
+fuzz-short: deps
+	scripts/fuzz.sh short
+
+fuzz: deps
+	scripts/fuzz.sh long
 
 demo: build
 	scripts/demo.sh $(BUILD_DIR)
 
+bench: build
+	scripts/bench.sh $(BUILD_DIR)
+
 clean:
-	rm -rf $(BUILD_DIR)
+	rm -rf $(BUILD_DIR) build-sanitize build-fuzz
