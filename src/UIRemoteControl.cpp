@@ -727,7 +727,7 @@ bool KeyToAsciiKnows(int key)
     if (key >= Qt::Key_F1 && key <= Qt::Key_F35)
         return true;
     switch (key) {
-    case Qt::Key_Backspace: case Qt::Key_Tab: case Qt::Key_Enter: case Qt::Key_Return: case Qt::Key_Escape:
+    case Qt::Key_Backspace: case Qt::Key_Tab: case Qt::Key_Backtab: case Qt::Key_Enter: case Qt::Key_Return: case Qt::Key_Escape:
     case Qt::Key_Delete: case Qt::Key_Insert: case Qt::Key_Pause: case Qt::Key_Print: case Qt::Key_SysReq:
     case Qt::Key_Clear: case Qt::Key_Home: case Qt::Key_End: case Qt::Key_Left: case Qt::Key_Up:
     case Qt::Key_Right: case Qt::Key_Down: case Qt::Key_PageUp: case Qt::Key_PageDown: case Qt::Key_Shift:
@@ -841,7 +841,8 @@ bool UIRemoteControl::DoWaitSignal(const ArgumentMap &args)
 {
     RC_TRACE_SCOPE("UIRemoteControl::DoWaitSignal");
     const QString signal = args.value(QStringLiteral("signal")).toString();
-    const int timeout = args.value(QStringLiteral("timeout")).toInt();
+    // A negative limit would leave the spy's event loop without a timer: a wait without end.
+    const int timeout = qMax(0, args.value(QStringLiteral("timeout")).toInt());
     QObject *object = FindNamedQMLObject(args);
     if (!object && m_context) {
         const QString name = args.value(QStringLiteral("objname")).toString();
