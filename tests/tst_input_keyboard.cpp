@@ -57,15 +57,7 @@ protected:
     }
 };
 
-QStringList Take(QObject *field)
-{
-    QVariant written;
-    if (!field || !QMetaObject::invokeMethod(field, "take", Q_RETURN_ARG(QVariant, written)))
-        return {QStringLiteral("<take failed>")};
-    if (written.userType() == qMetaTypeId<QJSValue>())
-        written = written.value<QJSValue>().toVariant();
-    return written.toStringList();
-}
+QStringList Take(QObject *field) { return TestSupport::TakeRecorded(field); }
 
 QString Field(const char *signal, int key, int modifiers, const char *json)
 {

@@ -116,16 +116,7 @@ protected:
     }
 };
 
-// The entries a RecordingArea of the scene wrote since the last call.
-QStringList Take(QObject *area)
-{
-    QVariant written;
-    if (!area || !QMetaObject::invokeMethod(area, "take", Q_RETURN_ARG(QVariant, written)))
-        return {QStringLiteral("<take failed>")};
-    if (written.userType() == qMetaTypeId<QJSValue>())
-        written = written.value<QJSValue>().toVariant();
-    return written.toStringList();
-}
+QStringList Take(QObject *area) { return TestSupport::TakeRecorded(area); }
 
 // Expected entries of a RecordingArea.
 QString Area(const char *signal, int button, int buttons, int modifiers, int x, int y)

@@ -3,6 +3,8 @@
 // log library, and QML scene loading.
 
 #include <QByteArray>
+#include <QJSValue>
+#include <QMetaObject>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QList>
@@ -92,6 +94,18 @@ private:
         }
     }
 };
+
+// What a recording QML object of a test scene wrote since the last call: its "take()" function
+// returns the entries as a list.
+inline QStringList TakeRecorded(QObject *recorder)
+{
+    QVariant written;
+    if (!recorder || !QMetaObject::invokeMethod(recorder, "take", Q_RETURN_ARG(QVariant, written)))
+        return {QStringLiteral("<take failed>")};
+    if (written.userType() == qMetaTypeId<QJSValue>())
+        written = written.value<QJSValue>().toVariant();
+    return written.toStringList();
+}
 
 // A QML scene loaded from the test scene directory.
 struct Scene {
