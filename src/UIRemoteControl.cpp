@@ -162,6 +162,17 @@ void UIRemoteControl::ReadDataFromClient()
     }
 }
 
+namespace {
+
+// The whole buffer as UTF-8, NUL bytes included: a NUL makes the message fail to parse instead
+// of silently cutting it short.
+QString DecodeMessage(const QByteArray &bytes)
+{
+    return QString::fromUtf8(bytes.constData(), bytes.size());
+}
+
+} // namespace
+
 // Cuts the bytes at hand into messages: whitespace outside strings is dropped, a '}' directly
 // followed by '{' ends a message, and the end of the bytes at hand ends the last one (even when
 // it is empty). Nothing is kept between reads: a message split over two reads becomes two
@@ -182,14 +193,14 @@ void UIRemoteControl::ReadMessage(QTcpSocket *socket)
             continue;
         }
         if (c == '{' && buffer.endsWith('}')) {
-            m_queue.append(qMakePair(QString::fromUtf8(buffer), QPointer<QTcpSocket>(socket)));
+            m_queue.append(qMakePair(DecodeMessage(buffer), QPointer<QTcpSocket>(socket)));
             buffer.clear();
         }
         if (c == ' ' || (c >= 0x09 && c <= 0x0D))
             continue;
         buffer.append(c);
     }
-    m_queue.append(qMakePair(QString::fromUtf8(buffer), QPointer<QTcpSocket>(socket)));
+    m_queue.append(qMakePair(DecodeMessage(buffer), QPointer<QTcpSocket>(socket)));
 }
 
 void UIRemoteControl::PickNextControl()

@@ -159,6 +159,15 @@ private slots:
         QCOMPARE(ErrorLines(), QStringList({"UIRemoteControl::ParseMessageAndDoControl, parse message failed"}));
     }
 
+    void nulByteFailsTheMessageInsteadOfCuttingIt()
+    {
+        auto client = Client();
+        client->Send(QByteArray(R"({"getpro": {"objname": "root", "property": "label"}})") + '\0' + "junk");
+        QTRY_COMPARE_WITH_TIMEOUT(client->replies.size(), 1, 5000);
+        QCOMPARE(client->replies[0], (QJsonObject{{"result", false}}));
+        QCOMPARE(ErrorLines(), QStringList({"UIRemoteControl::ParseMessageAndDoControl, parse message failed"}));
+    }
+
     void emptyObjectHasNoControlType()
     {
         auto client = Client();
