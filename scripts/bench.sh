@@ -1,3 +1,178 @@
-#!/bin/sh
-# placeholder until written
-exit 0
+#!/bin/bash
+# Benchmarks of the remote control (make bench): round trip, pipelined throughput, lookup scaling
+# and memory, each against a floor measured in the same run. Builds what it needs into the build
+# directory ($1, default build), starts every server on a free port, prints the tables and keeps
+# a copy in <build>/bench-results.txt. Takes about a minute and a half. See bench/README.md.
+set -u
+BUILD_DIR=${1:-build}
+cd "$(dirname "$0")/.." || exit 1
+BIN=$BUILD_DIR/bin
+RESULTS=$BUILD_DIR/bench-results.txt
+
+# Headless, as uiremote-host runs without a display; the same platform for every process.
+export QT_QPA_PLATFORM=offscreen QT_QUICK_BACKEND=software
+
+WORK=$(mktemp -d)
+PIDS=()
+STEP_PID=
+if [ -z "${XDG_RUNTIME_DIR:-}" ]; then
+  export XDG_RUNTIME_DIR=$WORK/runtime
+  mkdir -m 700 "$XDG_RUNTIME_DIR"
+fi
+cleanup() {
+  local pid
+  [ -n "$STEP_PID" ] && kill "$STEP_PID" 2>/dev/null
+  for pid in "${PIDS[@]}"; do kill "$pid" 2>/dev/null; done
+  for pid in "${PIDS[@]}"; do wait "$pid" 2>/dev/null; done
+  rm -rf "$WORK"
+}
+trap cleanup EXIT
+trap 'exit 130' INT TERM
+
+if [ ! -f "$BUILD_DIR/CMakeCache.txt" ]; then
+  cmake -S . -B "$BUILD_DIR" -DCMAKE_BUILD_TYPE=RelWithDebInfo || exit 1
+fi
+cmake --build "$BUILD_DIR" -j2 --target uiremote-host lookup_bench echo-floor bench-client scene-lookup || exit 1
+
+# Starts a server that prints "listening on <port>"; sets SERVER_PID and SERVER_PORT.
+start_server() {
+  local out=$1
+  shift
+  : >"$out"
+  "$@" >"$out" 2>"$out.err" &
+  SERVER_PID=$!
+  PIDS+=("$SERVER_PID")
+  local i=0
+  until grep -q "listening on" "$out"; do
+    i=$((i + 1))
+    if [ $i -gt 600 ] || ! kill -0 "$SERVER_PID" 2>/dev/null; then
+      echo "did not start: $* ($(cat "$out.err" | tail -n 2))" >&2
+      return 1
+    fi
+    sleep 0.1
+  done
+  SERVER_PORT=$(sed -n 's/.*listening on \([0-9]*\).*/\1/p' "$out")
+}
+
+# uiremote-host on a free port (it cannot pick one itself: port 0 means its default port).
+start_host() {
+  local qml=$1 attempt port
+  for attempt in 1 2 3 4 5; do
+    port=$("$BIN/bench-client" freeport) || return 1
+    if start_server "$WORK/host.out" "$BIN/uiremote-host" --port "$port" "$qml"; then
+      HOST_PID=$SERVER_PID
+      HOST_PORT=$SERVER_PORT
+      return 0
+    fi
+  done
+  return 1
+}
+
+FLOORS=0
+start_floor() {
+  FLOORS=$((FLOORS + 1))
+  start_server "$WORK/floor$FLOORS.out" "$BIN/echo-floor" --port 0 "$@" || return 1
+  FLOOR_PID=$SERVER_PID
+  FLOOR_PORT=$SERVER_PORT
+}
+
+stop() {
+  local pid
+  for pid in "$@"; do
+    kill "$pid" 2>/dev/null
+    wait "$pid" 2>/dev/null
+  done
+}
+
+log_library() {
+  if grep -q QmdxLogUtl "/proc/$1/maps" 2>/dev/null; then echo "loaded (logging active)"; else echo "not loaded (logging off)"; fi
+}
+
+# Runs a client step with a time limit, in the background so that a signal to this script is
+# handled at once; a failure is reported and remembered.
+STATUS=0
+step() {
+  timeout --foreground 300 "$@" &
+  STEP_PID=$!
+  wait "$STEP_PID" || { echo "!! failed: $*"; STATUS=1; }
+  STEP_PID=
+}
+
+run() {
+  echo "uiremote benchmarks, $(date -u '+%Y-%m-%d %H:%M UTC'), build dir $BUILD_DIR"
+  echo "machine: $(nproc) CPUs, $(grep -m1 'model name' /proc/cpuinfo | sed 's/.*: //'), \
+$(awk '/MemTotal/ {printf "%.1f GiB", $2 / 1048576}' /proc/meminfo) memory, $(uname -sr)"
+  echo "load average at start: $(cut -d' ' -f1-3 /proc/loadavg)"
+  echo
+
+  # 1 and 2: the small scene.
+  start_host bench/scenes/small.qml || exit 1
+  local host_pid=$HOST_PID host_port=$HOST_PORT
+  echo "uiremote-host: trace log library $(log_library "$host_pid")"
+  step "$BIN/bench-client" record --port "$host_port" --out "$WORK/small.replies" --echo 10000
+  start_floor --replies "$WORK/small.replies" || exit 1
+  local floor_pid=$FLOOR_PID floor_port=$FLOOR_PORT
+  "$BIN/bench-client" requests small | "$BIN/scene-lookup" bench/scenes/small.qml >"$WORK/small.inproc" 2>/dev/null
+  echo
+  echo "== 1. Round trip =="
+  step "$BIN/bench-client" roundtrip --host "$host_port" --floor "$floor_port" --samples 3000 --block 50 \
+    --inproc "$WORK/small.inproc"
+  echo
+  echo "== 2. Pipelined throughput =="
+  step "$BIN/bench-client" pipeline --host "$host_port" --floor "$floor_port" \
+    --messages 10000 --clients 10 --chunk 10 --window 100 --repeats 3
+  stop "$host_pid" "$floor_pid"
+
+  # 3: generated scenes.
+  echo
+  echo "== 3. Lookup scaling =="
+  "$BIN/lookup_bench" 20 >"$WORK/lookup_bench.txt" 2>&1
+  step "$BIN/bench-client" lookup --header
+  local shape count info path objects plain
+  for shape in wide balanced; do
+    for count in 1000 10000 100000; do
+      info=$("$BIN/bench-client" genscene --shape "$shape" --objects "$count" --out "$WORK/scene.qml") || exit 1
+      path=${info#*path=}
+      objects=${info#objects=}
+      objects=${objects%% *}
+      plain=$(awk -v s="$shape" -v n="$count" '$1 == s && $2 == n { print $(NF - 1) }' "$WORK/lookup_bench.txt")
+      start_host "$WORK/scene.qml" || exit 1
+      step "$BIN/bench-client" record --port "$HOST_PORT" --out "$WORK/scene.replies" --set lookup --path "$path"
+      start_floor --replies "$WORK/scene.replies" || exit 1
+      "$BIN/bench-client" requests lookup --path "$path" |
+        "$BIN/scene-lookup" --min-ms 300 "$WORK/scene.qml" >"$WORK/scene.inproc" 2>/dev/null
+      step "$BIN/bench-client" lookup --host "$HOST_PORT" --floor "$FLOOR_PORT" --path "$path" --shape "$shape" \
+        --objects "$objects" --inproc "$WORK/scene.inproc" --plain "${plain:--}" --budget-ms 1000
+      stop "$HOST_PID" "$FLOOR_PID"
+    done
+  done
+  echo "wide: one Repeater of N-1 items under o0; balanced: nested Repeaters, ten items per level (objects ="
+  echo "named items); every item is visited before the last one is found. in-proc = controlObject() in a"
+  echo "process with the same scene; QObject tree = lookup_bench's in-process getpro on plain QObjects (same"
+  echo "count, same shape name); x floor = host p50 / echo-floor p50 for the same request bytes."
+
+  # 4: fresh processes.
+  echo
+  echo "== 4. Memory =="
+  start_host bench/scenes/small.qml || exit 1
+  host_pid=$HOST_PID
+  host_port=$HOST_PORT
+  step "$BIN/bench-client" record --port "$host_port" --out "$WORK/memory.replies"
+  start_floor --replies "$WORK/memory.replies" || exit 1
+  sleep 1
+  step "$BIN/bench-client" memory --host "$host_port" --host-pid "$host_pid" --floor "$FLOOR_PORT" \
+    --floor-pid "$FLOOR_PID" --clients 100 --soak-clients 20 --soak-messages 500
+  stop "$host_pid" "$FLOOR_PID"
+  echo
+  echo "load average at end: $(cut -d' ' -f1-3 /proc/loadavg)"
+}
+
+exec 3>&1 4>&2
+exec > >(tee "$RESULTS") 2>&1
+TEE_PID=$!
+run
+echo "(copy of this output: $RESULTS)"
+exec 1>&3 2>&4 3>&- 4>&-
+wait "$TEE_PID" 2>/dev/null
+grep -q '^ *!! ' "$RESULTS" && STATUS=1
+exit "$STATUS"

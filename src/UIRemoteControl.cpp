@@ -135,6 +135,9 @@ void UIRemoteControl::HandleNewClientConnected()
 {
     while (m_server.hasPendingConnections()) {
         QTcpSocket *socket = m_server.nextPendingConnection();
+        // Replies are small writes; without this, a reply that follows another one can wait for
+        // the client's delayed acknowledgement (tens of milliseconds).
+        socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
         m_clients.append(socket);
         connect(socket, SIGNAL(disconnected()), this, SLOT(ReleaseClient()));
         connect(socket, SIGNAL(readyRead()), this, SLOT(ReadDataFromClient()));
