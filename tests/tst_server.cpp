@@ -133,6 +133,14 @@ private slots:
         QCOMPARE(ErrorLines(), QStringList({"UIRemoteControl::ParseMessageAndDoControl, parse message failed"}));
     }
 
+    void clientSocketsSendRepliesWithoutDelay()
+    {
+        auto client = Client();
+        QTRY_COMPARE_WITH_TIMEOUT(remote->findChildren<QTcpSocket *>().size(), 1, 5000);
+        QTcpSocket *serverSide = remote->findChildren<QTcpSocket *>().first();
+        QCOMPARE(serverSide->socketOption(QAbstractSocket::LowDelayOption).toInt(), 1);
+    }
+
     void whitespaceOnlyWriteIsAnsweredFalse()
     {
         auto client = Client();
