@@ -12,7 +12,7 @@
 //       host's replies and writes the reply table that echo-floor answers from
 //   bench-client roundtrip --host P --floor P [--samples N] [--block N] [--inproc FILE] [--kinds a,b]
 //       p50/p99 round trip and messages per second per control, host against floor
-//   bench-client pipeline --host P --floor P [--floor-nodelay P] [--messages N] [--clients N]
+//   bench-client pipeline --host P --floor P [--messages N] [--clients N]
 //                         [--chunk N] [--window N] [--repeats N]
 //       pipelined invokeret echo messages: replies per second, losses, order
 //   bench-client lookup --header | --host P --floor P --path PATH --shape S --objects N
@@ -640,13 +640,9 @@ std::vector<Flow> EchoFlows(int port, long clients, long messages)
 
 int Pipeline(const Args &args)
 {
-    // Servers: the host, the floor, and optionally the floor with TCP_NODELAY.
-    std::vector<int> ports = {int(args.Required("host")), int(args.Required("floor"))};
-    std::vector<std::string> names = {"host", "floor"};
-    if (args.Has("floor-nodelay")) {
-        ports.push_back(int(args.Int("floor-nodelay", 0)));
-        names.push_back("floor+nodelay");
-    }
+    // Servers: the host and the floor.
+    const std::vector<int> ports = {int(args.Required("host")), int(args.Required("floor"))};
+    const std::vector<std::string> names = {"host", "floor"};
     const long messages = args.Int("messages", 10000);
     const long manyClients = args.Int("clients", 10);
     const size_t chunk = size_t(std::max(1L, args.Int("chunk", 10)));
@@ -712,8 +708,7 @@ int Pipeline(const Args &args)
     std::printf("x floor = ok/s / floor ok/s. A message that TCP splits across two reads is lost (each part is\n"
                 "answered false); a split inside a string also swallows the rest of that read into one broken\n"
                 "message, so one split can lose many messages. order = replies out of order or repeated (must be 0).\n"
-                "floor+nodelay = the floor with TCP_NODELAY on its sockets; quickack = the client sets TCP_QUICKACK\n"
-                "before every read (acknowledges at once).\n");
+                "quickack = the client sets TCP_QUICKACK before every read (acknowledges at once).\n");
     return status;
 }
 
