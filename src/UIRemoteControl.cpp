@@ -19,6 +19,8 @@
 #include <QtTest/qtestkeyboard.h>
 #include <QtTest/qtestmouse.h>
 
+#include <limits>
+
 namespace QTest {
 Q_TESTLIB_EXPORT int defaultMouseDelay();
 }
@@ -656,19 +658,32 @@ void SendMouseEvent(QTest::MouseAction action, QWindow *window, Qt::MouseButton 
     qApp->processEvents();
 }
 
+// Coordinates beyond the int range (a client's point near INT_MAX in a moved item, or a huge
+// item size) are clamped: converting them to int would be undefined. qRound() needs one unit of
+// headroom below INT_MIN; NaN ends up at the lower bound.
+qreal ClampToInt(qreal value)
+{
+    return qBound(qreal(std::numeric_limits<int>::min() + 1), value, qreal(std::numeric_limits<int>::max()));
+}
+
+QPoint RoundedPoint(const QPointF &point)
+{
+    return QPoint(qRound(ClampToInt(point.x())), qRound(ClampToInt(point.y())));
+}
+
 QPoint SceneCentre(QQuickItem *item) // click, dbclick, hover: rounded after mapping
 {
-    return item->mapToScene(QPointF(item->width() * 0.5, item->height() * 0.5)).toPoint();
+    return RoundedPoint(item->mapToScene(QPointF(item->width() * 0.5, item->height() * 0.5)));
 }
 
 QPoint IntegerCentre(QQuickItem *item) // press, drop, drag: truncated before mapping
 {
-    return QPoint(int(item->width() * 0.5), int(item->height() * 0.5));
+    return QPoint(int(ClampToInt(item->width() * 0.5)), int(ClampToInt(item->height() * 0.5)));
 }
 
 QPoint ToScene(QQuickItem *item, const QPoint &local)
 {
-    return item->mapToScene(QPointF(local)).toPoint();
+    return RoundedPoint(item->mapToScene(QPointF(local)));
 }
 
 void ClickItem(QQuickItem *item, QWindow *window, Qt::MouseButton button, bool doubleClick, bool usePoint, int x,
@@ -751,6 +766,44 @@ bool KeyToAsciiKnows(int key)
     default:
         return false;
     }
+}
+
+// One key click into a window, delivered exactly as QTest::sendKeyEvent(QTest::Click, ...) does
+// for a QWindow (modifier keys pressed before and released after the key, the same event
+// arguments, events processed after each), except that the key code stays an int: a client's
+// code outside the range of Qt::Key (such as 0x7fffffff) must not be made a Qt::Key, which is
+// undefined behaviour.
+void SendKeyClick(QWindow *window, int key, const QString &text, Qt::KeyboardModifiers modifier)
+{
+    // QTest hands its delay (-1) on as the event's count; keep that.
+    const auto send = [window](bool press, int code, Qt::KeyboardModifiers mods, const QString &keyText) {
+        qt_handleKeyEvent(window, press ? QEvent::KeyPress : QEvent::KeyRelease, code, mods, keyText, false,
+                          ushort(-1));
+        qApp->processEvents();
+    };
+    const Qt::KeyboardModifiers shift = modifier & Qt::ShiftModifier;
+    const Qt::KeyboardModifiers shiftControl = modifier & (Qt::ShiftModifier | Qt::ControlModifier);
+    const Qt::KeyboardModifiers shiftControlAlt = modifier & (Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier);
+
+    if (modifier & Qt::ShiftModifier)
+        send(true, Qt::Key_Shift, Qt::KeyboardModifiers(), QString());
+    if (modifier & Qt::ControlModifier)
+        send(true, Qt::Key_Control, shift, QString());
+    if (modifier & Qt::AltModifier)
+        send(true, Qt::Key_Alt, shiftControl, QString());
+    if (modifier & Qt::MetaModifier)
+        send(true, Qt::Key_Meta, shiftControlAlt, QString());
+    send(true, key, modifier, text);
+
+    send(false, key, modifier, text);
+    if (modifier & Qt::MetaModifier)
+        send(false, Qt::Key_Meta, modifier, QString());
+    if (modifier & Qt::AltModifier)
+        send(false, Qt::Key_Alt, shiftControlAlt, QString());
+    if (modifier & Qt::ControlModifier)
+        send(false, Qt::Key_Control, shiftControl, QString());
+    if (modifier & Qt::ShiftModifier)
+        send(false, Qt::Key_Shift, shift, QString());
 }
 
 } // namespace
@@ -844,7 +897,7 @@ bool UIRemoteControl::DoKeyClick(const ArgumentMap &args)
         return false;
     }
     const char ascii = KeyToAsciiKnows(key) ? QTest::keyToAscii(Qt::Key(key)) : char(0);
-    QTest::sendKeyEvent(QTest::Click, window, Qt::Key(key), ascii, modifiers, -1);
+    SendKeyClick(window, key, ascii ? QString(QChar::fromLatin1(ascii)) : QString(), modifiers);
     return true;
 }
 

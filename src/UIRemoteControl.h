@@ -152,8 +152,11 @@ private:
     QObject *PluginObject(const QString &name) const;
 
     bool m_busy = false;
-    QObject *m_root = nullptr;
-    QWindow *m_window = nullptr;
+    // Guarded: a client may delete any object it can name ("invoke" of deleteLater), the root
+    // object and the default window included; searches then start from nothing instead of
+    // from freed memory.
+    QPointer<QObject> m_root;
+    QPointer<QWindow> m_window;
     QQmlContext *m_context = nullptr;
     QTcpServer m_server;
     QList<QPair<QString, QPointer<QTcpSocket>>> m_queue;

@@ -189,6 +189,36 @@ private slots:
         QCOMPARE(client.replies[3], (QJsonObject{{"result", true}, {"value", QJsonArray{1, "two"}}}));
     }
 
+    void deletedRootObjectMakesLookupsFailSafely()
+    {
+        auto *root = new QObject;
+        root->setObjectName(QStringLiteral("root"));
+        UIRemoteControl control(root, nullptr, nullptr);
+        QVariant value;
+        QVERIFY(control.controlObject(Request("invoke", {{"objname", "root"}, {"method", "deleteLater"}}), value));
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        LogRecorder::Clear();
+        QVERIFY(!control.controlObject(Request("getpro", {{"objname", "root"}, {"property", "objectName"}}), value));
+        QCOMPARE(LogTexts(3), QStringList({"RouteStack::DumpSnapshots, invalid argument: []"}));
+        QCOMPARE(ErrorLines(), QStringList({"UIRemoteControl::FindNamedQMLObject, can not find QObject root"}));
+    }
+
+    void coordinatesBeyondIntRangeAreClamped()
+    {
+        Scene scene(QStringLiteral("spine_scene.qml"));
+        QVERIFY(scene.window);
+        UIRemoteControl control(scene.root, scene.engine.rootContext(), scene.window);
+        QVariant value;
+        const QVariantMap target{{"objname", "main.button"}, {"winobjname", "spineWindow"}};
+        QVariantMap drag = target;
+        drag.insert({{"from_x", 2147483647}, {"from_y", -2147483647}, {"to_x", 2147483647}, {"to_y", 1}});
+        QVERIFY(control.controlObject(Request("drag", drag), value));
+        QVariantMap click = target;
+        click.insert({{"x", 2147483647}, {"y", 2147483647}});
+        QVERIFY(control.controlObject(Request("click", click), value));
+        QVERIFY(control.controlObject(Request("drop", target), value));
+    }
+
     void emitpluginsignalRepliesTrueWhenPluginMissing()
     {
         QObject root;
