@@ -15,8 +15,9 @@ $(BUILD_DIR)/CMakeCache.txt: | deps
 build: deps $(BUILD_DIR)/CMakeCache.txt
 	cmake --build $(BUILD_DIR) -j$(JOBS)
 
-# Every suite: the C++ and Python suites, the short fuzz runs, and the C++ suites under sanitizers.
-test: test-unit fuzz-short test-sanitize
+# Every suite: the C++ suites under sanitizers, the short fuzz runs, then the C++ and Python
+# suites of the ordinary build (whose ctest summary closes the run).
+test: test-sanitize fuzz-short test-unit
 
 test-unit: build
 	cd $(BUILD_DIR) && ctest --output-on-failure -j$(JOBS)
