@@ -373,11 +373,13 @@ bool UIRemoteControl::isDerivedFrom(const QObject *object, const QStringList &cl
 
 QObject *UIRemoteControl::FindQMLObject(QObject *parent, QStringList names, RouteStack *route) const
 {
-    // The label is the object's name, else its class name (GetObjectOrClassName), with the name
-    // read only once: it is also what the head of the path is compared with.
-    const QString objectName = parent ? parent->objectName() : QString();
-    const QString label = !parent || !objectName.isEmpty() ? objectName
-                                                           : QString::fromLatin1(parent->metaObject()->className());
+    // The label is the object's name, else its class name (GetObjectOrClassName). The name is read
+    // once: it is also what the head of the path is compared with (an unnamed object's name is
+    // empty, whatever its label).
+    QString label = parent ? parent->objectName() : QString();
+    const bool named = !label.isEmpty();
+    if (parent && !named)
+        label = QString::fromLatin1(parent->metaObject()->className());
     // The address is shown by its low 32 bits, which is what the "%X" conversion takes.
     RC_LOG(TraceLog::Trace, "%s, pParent = [%X], name = [%s], objNames = [%s]", "UIRemoteControl::FindQMLObject",
            static_cast<unsigned>(reinterpret_cast<quintptr>(parent)), label.toLocal8Bit().constData(),
@@ -388,7 +390,7 @@ QObject *UIRemoteControl::FindQMLObject(QObject *parent, QStringList names, Rout
             route->TakeSnapshot(QStringLiteral("invalid argument"));
         return nullptr;
     }
-    if (!names.isEmpty() && objectName == names.constFirst())
+    if (!names.isEmpty() && (named ? label == names.constFirst() : names.constFirst().isEmpty()))
         names.removeFirst();
     if (names.isEmpty()) {
         if (route)
