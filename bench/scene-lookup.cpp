@@ -9,6 +9,8 @@
 //
 // Usage: bench-client requests small | scene-lookup [--min-ms N] file.qml
 
+#include "Host.h"
+
 #include <UIRemoteControl.h>
 
 #include <QDir>
@@ -54,11 +56,7 @@ int main(int argc, char *argv[])
         return 1;
     }
     QObject *root = engine.rootObjects().first();
-    QQuickWindow *window = qobject_cast<QQuickWindow *>(root);
-    if (!window) {
-        if (auto *item = qobject_cast<QQuickItem *>(root))
-            window = item->window();
-    }
+    QQuickWindow *window = WindowOfRoot(root);
     UIRemoteControl control(root, engine.rootContext(), window);
     QCoreApplication::processEvents(); // let the scene settle, as a served one has
 

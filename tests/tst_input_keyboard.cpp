@@ -18,11 +18,11 @@
 
 namespace {
 
-const int kShift = 33554432;    // Qt::ShiftModifier
-const int kControl = 67108864;  // Qt::ControlModifier
-const int kAlt = 134217728;     // Qt::AltModifier
-const int kMeta = 268435456;    // Qt::MetaModifier
-const int kKeypad = 536870912;  // Qt::KeypadModifier
+using TestSupport::kAlt;
+using TestSupport::kControl;
+using TestSupport::kKeypad;
+using TestSupport::kMeta;
+using TestSupport::kShift;
 
 // "press key=0x41 m=0x4000000 text=[61]": the text as the hex codes of its characters.
 QString Describe(const char *type, int key, int modifiers, const QString &text)

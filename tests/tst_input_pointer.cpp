@@ -21,11 +21,11 @@
 
 namespace {
 
-const int kShift = 33554432;    // Qt::ShiftModifier
-const int kControl = 67108864;  // Qt::ControlModifier
-const int kAlt = 134217728;     // Qt::AltModifier
-const int kMeta = 268435456;    // Qt::MetaModifier
-const int kKeypad = 536870912;  // Qt::KeypadModifier
+using TestSupport::kAlt;
+using TestSupport::kControl;
+using TestSupport::kKeypad;
+using TestSupport::kMeta;
+using TestSupport::kShift;
 const int kGroup = 1073741824;  // Qt::GroupSwitchModifier
 
 // An empty spot of the scene, away from every item.

@@ -23,6 +23,13 @@
 
 namespace TestSupport {
 
+// Keyboard modifier bits as clients send them ("keyboardModifier").
+const int kShift = Qt::ShiftModifier;
+const int kControl = Qt::ControlModifier;
+const int kAlt = Qt::AltModifier;
+const int kMeta = Qt::MetaModifier;
+const int kKeypad = Qt::KeypadModifier;
+
 // A port that was free a moment ago on loopback.
 inline quint16 FreePort()
 {

@@ -141,6 +141,14 @@ bool SaveScreenshot(QQuickWindow *window, const QString &file)
 
 } // namespace
 
+QQuickWindow *WindowOfRoot(QObject *root)
+{
+    if (auto *window = qobject_cast<QQuickWindow *>(root))
+        return window;
+    auto *item = qobject_cast<QQuickItem *>(root);
+    return item ? item->window() : nullptr;
+}
+
 int RunHost(int argc, char *argv[], const std::function<void(QQmlApplicationEngine &)> &prepare)
 {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY") &&
@@ -182,11 +190,7 @@ int RunHost(int argc, char *argv[], const std::function<void(QQmlApplicationEngi
         return 1;
     }
     QObject *root = engine.rootObjects().first();
-    QQuickWindow *window = qobject_cast<QQuickWindow *>(root);
-    if (!window) {
-        if (auto *item = qobject_cast<QQuickItem *>(root))
-            window = item->window();
-    }
+    QQuickWindow *window = WindowOfRoot(root);
 
     bool portOk = false;
     const int port = parser.value(portOption).toInt(&portOk);
