@@ -9,8 +9,7 @@
 //
 // Usage: bench-client requests small | scene-lookup [--min-ms N] file.qml
 
-#include "Host.h"
-
+#include <SceneTree.h>
 #include <UIRemoteControl.h>
 
 #include <QDir>
@@ -56,7 +55,7 @@ int main(int argc, char *argv[])
         return 1;
     }
     QObject *root = engine.rootObjects().first();
-    QQuickWindow *window = WindowOfRoot(root);
+    QQuickWindow *window = SceneTree::WindowOfRoot(root);
     UIRemoteControl control(root, engine.rootContext(), window);
     QCoreApplication::processEvents(); // let the scene settle, as a served one has
 

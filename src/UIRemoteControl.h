@@ -93,6 +93,12 @@ public:
     bool IsListening() const { return m_server.isListening(); }
     quint16 ServerPort() const { return m_server.serverPort(); }
 
+    // Extension mode: control words beyond the twenty and a reason ("error") in false replies.
+    // Off by default, or on when the environment has UIREMOTE_EXTENSIONS=1; off, replies and log
+    // lines are exactly those of the twenty controls.
+    void setExtensionsEnabled(bool enabled) { m_extensions = enabled; }
+    bool extensionsEnabled() const { return m_extensions; }
+
 protected:
     // Control handlers, one per control type; a subclass may replace any of them.
     virtual bool DoInvokeMethod(const ArgumentMap &args);
@@ -117,6 +123,13 @@ protected:
 
     void EmitPluginSignal(const ArgumentMap &args);
     void MoveJoystick(const ArgumentMap &args);
+
+    // Extension mode: the word's handler, when the request names an extension word; and the
+    // reason a failing control gives (the first one set while it runs counts).
+    using ExtensionHandler = bool (UIRemoteControl::*)(const ArgumentMap &args, QVariant &value);
+    static ExtensionHandler FindExtension(const QString &word);
+    void ExtractExtensionWord(const QVariant &request, ParsedMessageInfo &info) const;
+    void SetFailureReason(const QString &reason) const;
 
     // Dispatch.
     void DoControl(const ParsedMessageInfo &info, QPointer<QTcpSocket> socket);
@@ -152,6 +165,8 @@ private:
     QObject *PluginObject(const QString &name) const;
 
     bool m_busy = false;
+    bool m_extensions = qEnvironmentVariableIntValue("UIREMOTE_EXTENSIONS") == 1;
+    mutable QString m_failureReason;
     // Guarded: a client may delete any object it can name ("invoke" of deleteLater), the root
     // object and the default window included; searches then start from nothing instead of
     // from freed memory.

@@ -5,3 +5,4 @@ uirc_add_test(tst_lookup SOURCES
 uirc_add_test(tst_properties SOURCES
   ${CMAKE_CURRENT_LIST_DIR}/tst_properties.cpp
   ${CMAKE_CURRENT_LIST_DIR}/lookup_fixture.h)
+uirc_add_test(tst_scene_tree SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_scene_tree.cpp NO_RECORDER)

@@ -170,7 +170,7 @@ private slots:
             return;
         }
         QCOMPARE(ErrorLines(), QStringList({"UIRemoteControl::Action, control type not support"}));
-        QVERIFY(QString::fromStdString(LogRecorder::Lines().back().file).endsWith(QLatin1String("src/UIRemoteControl.cpp")));
+        QVERIFY(QString::fromStdString(LogRecorder::Lines().back().file).endsWith(QLatin1String("src/Dispatch.cpp")));
     }
 
     void refusedSeveritiesWriteNothingButOthersStill()

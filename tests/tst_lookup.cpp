@@ -447,7 +447,7 @@ private slots:
         const auto lines = LogRecorder::Lines();
         const auto error = std::find_if(lines.begin(), lines.end(), [](const LogRecorder::Line &line) { return line.severity == 2; });
         QVERIFY(error != lines.end());
-        QVERIFY2(QString::fromStdString(error->file).endsWith(QLatin1String("src/UIRemoteControl.cpp")), error->file.c_str());
+        QVERIFY2(QString::fromStdString(error->file).endsWith(QLatin1String("src/Resolution.cpp")), error->file.c_str());
     }
 
     void nullRootLogsInvalidArgumentSnapshotAndError()

@@ -1,5 +1,6 @@
 #include "Host.h"
 
+#include <SceneTree.h>
 #include <UIRemoteControl.h>
 
 #include <QCommandLineParser>
@@ -7,10 +8,7 @@
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QQmlContext>
-#include <QQuickItem>
 #include <QQuickWindow>
-#include <QScreen>
-#include <QSet>
 #include <QSocketNotifier>
 #include <QTextStream>
 
@@ -29,43 +27,6 @@ void OnQuitSignal(int)
     [[maybe_unused]] ssize_t written = ::write(g_signalPipe[1], &byte, 1);
 }
 
-// Children in the object tree plus visual children that live elsewhere (delegates).
-QList<QObject *> TreeChildren(QObject *object)
-{
-    QList<QObject *> children = object->children();
-    if (auto *item = qobject_cast<QQuickItem *>(object)) {
-        for (QQuickItem *child : item->childItems()) {
-            if (!children.contains(child))
-                children.append(child);
-        }
-    }
-    return children;
-}
-
-QString IdOf(QObject *object)
-{
-    for (QQmlContext *context = qmlContext(object); context; context = context->parentContext()) {
-        const QString id = context->nameForObject(object);
-        if (!id.isEmpty())
-            return id;
-    }
-    return QString();
-}
-
-void NameFromIds(QObject *object, QSet<QObject *> &seen)
-{
-    if (!object || seen.contains(object))
-        return;
-    seen.insert(object);
-    if (object->objectName().isEmpty()) {
-        const QString id = IdOf(object);
-        if (!id.isEmpty())
-            object->setObjectName(id);
-    }
-    for (QObject *child : TreeChildren(object))
-        NameFromIds(child, seen);
-}
-
 // The remote control, with the host's extras: ids as names before each message, and the tree dump.
 class HostRemoteControl : public UIRemoteControl {
 public:
@@ -77,16 +38,19 @@ public:
 
     void ApplyIds()
     {
-        QSet<QObject *> seen;
         if (m_nameFromIds)
-            NameFromIds(m_root, seen);
+            SceneTree::NameFromIds(m_root);
     }
 
     // Prints every object with its label, class and the shortest dotted path that finds it.
     void DumpTree(QTextStream &out)
     {
-        QSet<QObject *> seen;
-        Dump(out, m_root, 0, QStringList(), seen);
+        const QHash<QObject *, QString> paths = SceneTree::FindingPaths(m_root);
+        SceneTree::Walk(m_root, [&](QObject *object, int depth) {
+            out << QString(depth * 2, QLatin1Char(' ')) << GetObjectOrClassName(object) << "  ["
+                << object->metaObject()->className() << "]  " << paths.value(object, QStringLiteral("-")) << '\n';
+            return true;
+        });
     }
 
 protected:
@@ -97,31 +61,6 @@ protected:
     }
 
 private:
-    QObject *Resolve(const QString &path) const
-    {
-        return FindNamedQMLObject({{QStringLiteral("objname"), path}});
-    }
-
-    void Dump(QTextStream &out, QObject *object, int depth, QStringList namedAncestors, QSet<QObject *> &seen)
-    {
-        if (!object || seen.contains(object))
-            return;
-        seen.insert(object);
-        const QString name = object->objectName();
-        QString path = QStringLiteral("-");
-        if (!name.isEmpty()) {
-            namedAncestors.append(name);
-            if (Resolve(name) == object)
-                path = name;
-            else if (Resolve(namedAncestors.join(QLatin1Char('.'))) == object)
-                path = namedAncestors.join(QLatin1Char('.'));
-        }
-        out << QString(depth * 2, QLatin1Char(' ')) << GetObjectOrClassName(object) << "  ["
-            << object->metaObject()->className() << "]  " << path << '\n';
-        for (QObject *child : TreeChildren(object))
-            Dump(out, child, depth + 1, namedAncestors, seen);
-    }
-
     QObject *m_root;
     bool m_nameFromIds;
 };
@@ -129,9 +68,7 @@ private:
 // The window's image, taken while the scene is still rendering.
 bool SaveScreenshot(QQuickWindow *window, const QString &file)
 {
-    QImage image = window ? window->grabWindow() : QImage();
-    if (image.isNull() && window && window->screen()) // some platforms grab only through the screen
-        image = window->screen()->grabWindow(window->winId()).toImage();
+    const QImage image = SceneTree::Grab(window);
     if (image.isNull() || !image.save(file)) {
         std::fprintf(stderr, "uiremote-host: could not save %s (%s)\n", qPrintable(file), image.isNull() ? "no image" : "write failed");
         return false;
@@ -140,14 +77,6 @@ bool SaveScreenshot(QQuickWindow *window, const QString &file)
 }
 
 } // namespace
-
-QQuickWindow *WindowOfRoot(QObject *root)
-{
-    if (auto *window = qobject_cast<QQuickWindow *>(root))
-        return window;
-    auto *item = qobject_cast<QQuickItem *>(root);
-    return item ? item->window() : nullptr;
-}
 
 int RunHost(int argc, char *argv[], const std::function<void(QQmlApplicationEngine &)> &prepare)
 {
@@ -190,7 +119,7 @@ int RunHost(int argc, char *argv[], const std::function<void(QQmlApplicationEngi
         return 1;
     }
     QObject *root = engine.rootObjects().first();
-    QQuickWindow *window = WindowOfRoot(root);
+    QQuickWindow *window = SceneTree::WindowOfRoot(root);
 
     bool portOk = false;
     const int port = parser.value(portOption).toInt(&portOk);

@@ -10,13 +10,8 @@
 
 #include <QQmlApplicationEngine>
 
-class QQuickWindow;
-
 #include <functional>
 
 // Runs the host until it is told to quit. prepare() runs before the QML file is loaded, so an
 // application can publish its own context properties (host plugins) first.
 int RunHost(int argc, char *argv[], const std::function<void(QQmlApplicationEngine &)> &prepare = {});
-
-// The window of a scene's root object: the root itself when it is a window, else its item's window.
-QQuickWindow *WindowOfRoot(QObject *root);

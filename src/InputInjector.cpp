@@ -1,0 +1,136 @@
+// The input injector: mouse and key events delivered to a window the way the Qt Test library
+// delivers them. The one place that knows Qt's event internals.
+
+#include "InputInjector.h"
+
+#include <QGuiApplication>
+#include <QWindow>
+#include <QtTest/qtestkeyboard.h>
+#include <QtTest/qtestmouse.h>
+
+namespace QTest {
+Q_TESTLIB_EXPORT int defaultMouseDelay();
+}
+
+namespace InputInjector {
+
+// Delivers one mouse action to a window exactly as the Qt Test library's mouseEvent() for a
+// QWindow does (same event sequence, buttons, time stamps, default delay and shared button
+// state), except that modifier bits outside Qt::KeyboardModifierMask are dropped instead of
+// aborting the process: a client must never be able to end the application.
+void SendMouseEvent(QTest::MouseAction action, QWindow *window, Qt::MouseButton button,
+                    Qt::KeyboardModifiers stateKey, QPoint pos, int delay)
+{
+    const QSize windowSize = window->geometry().size();
+    if (windowSize.width() <= pos.x() || windowSize.height() <= pos.y()) {
+        qWarning("%s", qPrintable(QString::fromLatin1("Mouse event at %1, %2 occurs outside of target window (%3x%4).")
+                                      .arg(pos.x())
+                                      .arg(pos.y())
+                                      .arg(windowSize.width())
+                                      .arg(windowSize.height())));
+    }
+    if (delay == -1 || delay < QTest::defaultMouseDelay())
+        delay = QTest::defaultMouseDelay();
+    if (delay > 0) {
+        QTest::qWait(delay);
+        QTest::lastMouseTimestamp += delay;
+    }
+    if (pos.isNull())
+        pos = QPoint(window->width() / 2, window->height() / 2);
+    stateKey &= static_cast<unsigned int>(Qt::KeyboardModifierMask);
+
+    const QPointF global = window->mapToGlobal(pos);
+    QPointer<QWindow> w(window);
+    Qt::MouseButtons &buttons = QTestPrivate::qtestMouseButtons;
+    switch (action) {
+    case QTest::MouseDClick:
+        buttons.setFlag(button, true);
+        qt_handleMouseEvent(w, pos, global, buttons, button, QEvent::MouseButtonPress, stateKey,
+                            ++QTest::lastMouseTimestamp);
+        buttons.setFlag(button, false);
+        qt_handleMouseEvent(w, pos, global, buttons, button, QEvent::MouseButtonRelease, stateKey,
+                            ++QTest::lastMouseTimestamp);
+        Q_FALLTHROUGH();
+    case QTest::MousePress:
+    case QTest::MouseClick:
+        buttons.setFlag(button, true);
+        qt_handleMouseEvent(w, pos, global, buttons, button, QEvent::MouseButtonPress, stateKey,
+                            ++QTest::lastMouseTimestamp);
+        QTest::lastMouseButton = button;
+        if (action == QTest::MousePress)
+            break;
+        Q_FALLTHROUGH();
+    case QTest::MouseRelease:
+        buttons.setFlag(button, false);
+        qt_handleMouseEvent(w, pos, global, buttons, button, QEvent::MouseButtonRelease, stateKey,
+                            ++QTest::lastMouseTimestamp);
+        QTest::lastMouseTimestamp += QTest::mouseDoubleClickInterval; // no accidental double clicks
+        QTest::lastMouseButton = Qt::NoButton;
+        break;
+    case QTest::MouseMove:
+        qt_handleMouseEvent(w, pos, global, buttons, Qt::NoButton, QEvent::MouseMove, stateKey,
+                            ++QTest::lastMouseTimestamp);
+        break;
+    }
+    qApp->processEvents();
+}
+
+bool KeyToAsciiKnows(int key)
+{
+    if ((key >= 0x20 && key <= 0x60) || (key >= 0x7b && key <= 0x7e) || (key >= 0xa0 && key <= 0xdf) ||
+        key == 0xf7 || key == 0xff)
+        return true;
+    if (key >= Qt::Key_F1 && key <= Qt::Key_F35)
+        return true;
+    switch (key) {
+    case Qt::Key_Backspace: case Qt::Key_Tab: case Qt::Key_Backtab: case Qt::Key_Enter: case Qt::Key_Return: case Qt::Key_Escape:
+    case Qt::Key_Delete: case Qt::Key_Insert: case Qt::Key_Pause: case Qt::Key_Print: case Qt::Key_SysReq:
+    case Qt::Key_Clear: case Qt::Key_Home: case Qt::Key_End: case Qt::Key_Left: case Qt::Key_Up:
+    case Qt::Key_Right: case Qt::Key_Down: case Qt::Key_PageUp: case Qt::Key_PageDown: case Qt::Key_Shift:
+    case Qt::Key_Control: case Qt::Key_Meta: case Qt::Key_Alt: case Qt::Key_CapsLock: case Qt::Key_NumLock:
+    case Qt::Key_ScrollLock:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// One key click into a window, delivered exactly as QTest::sendKeyEvent(QTest::Click, ...) does
+// for a QWindow (modifier keys pressed before and released after the key, the same event
+// arguments, events processed after each), except that the key code stays an int: a client's
+// code outside the range of Qt::Key (such as 0x7fffffff) must not be made a Qt::Key, which is
+// undefined behaviour.
+void SendKeyClick(QWindow *window, int key, const QString &text, Qt::KeyboardModifiers modifier)
+{
+    // QTest hands its delay (-1) on as the event's count; keep that.
+    const auto send = [window](bool press, int code, Qt::KeyboardModifiers mods, const QString &keyText) {
+        qt_handleKeyEvent(window, press ? QEvent::KeyPress : QEvent::KeyRelease, code, mods, keyText, false,
+                          ushort(-1));
+        qApp->processEvents();
+    };
+    const Qt::KeyboardModifiers shift = modifier & Qt::ShiftModifier;
+    const Qt::KeyboardModifiers shiftControl = modifier & (Qt::ShiftModifier | Qt::ControlModifier);
+    const Qt::KeyboardModifiers shiftControlAlt = modifier & (Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier);
+
+    if (modifier & Qt::ShiftModifier)
+        send(true, Qt::Key_Shift, Qt::KeyboardModifiers(), QString());
+    if (modifier & Qt::ControlModifier)
+        send(true, Qt::Key_Control, shift, QString());
+    if (modifier & Qt::AltModifier)
+        send(true, Qt::Key_Alt, shiftControl, QString());
+    if (modifier & Qt::MetaModifier)
+        send(true, Qt::Key_Meta, shiftControlAlt, QString());
+    send(true, key, modifier, text);
+
+    send(false, key, modifier, text);
+    if (modifier & Qt::MetaModifier)
+        send(false, Qt::Key_Meta, modifier, QString());
+    if (modifier & Qt::AltModifier)
+        send(false, Qt::Key_Alt, shiftControlAlt, QString());
+    if (modifier & Qt::ControlModifier)
+        send(false, Qt::Key_Control, shiftControl, QString());
+    if (modifier & Qt::ShiftModifier)
+        send(false, Qt::Key_Shift, shift, QString());
+}
+
+} // namespace InputInjector

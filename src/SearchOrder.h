@@ -1,0 +1,30 @@
+#pragma once
+// The order in which the object path search visits objects: an object's children, then, for a
+// repeater, the visual children of its parent item (the delegates), then, for a flickable view,
+// the visual children of its child items (the delegates below the content item). Shared by the
+// search and by the tree walks that must agree with it.
+
+#include "UIRemoteControlGlobal.h"
+
+#include <QList>
+#include <QStringList>
+
+class QObject;
+class QQuickItem;
+
+namespace SearchOrder {
+
+// True when a class up object's chain has one of classNames in its name.
+bool DerivesFrom(const QObject *object, const QStringList &classNames);
+// An item whose class derives from QQuickRepeater.
+bool IsRepeater(const QObject *object);
+// An object with children whose class derives from QQuickFlickable, QQuickGridView or QQuickListView.
+bool IsFlickable(const QObject *object);
+// The repeater's delegates: the visual children of its parent item, repeaters left out.
+QList<QQuickItem *> RepeaterDelegates(const QObject *repeater);
+// The flickable's delegates: the visual children of each of its child items.
+QList<QQuickItem *> FlickableDelegates(const QObject *flickable);
+// Everything the search descends into from object, in its order (an object may appear twice).
+UIREMOTECONTROL_EXPORT QList<QObject *> Children(QObject *object);
+
+} // namespace SearchOrder

@@ -1,0 +1,162 @@
+// The testing server: listening, client sessions, the framing of incoming bytes into messages,
+// the one queue shared by all clients, and the replies.
+
+#include "UIRemoteControl.h"
+
+#include "TraceLog.h"
+
+#include <QTcpSocket>
+#include <QTimer>
+#include <QWindow>
+
+UIRemoteControl::UIRemoteControl(QObject *root, QQmlContext *context, int port, QWindow *window)
+    : m_root(root), m_window(window), m_context(context), m_server(this)
+{
+    const quint16 listenPort = (port >= 1 && port <= 65535) ? quint16(port) : quint16(DEFAULT_PORT);
+    if (!m_server.listen(QHostAddress::Any, listenPort)) {
+        RC_ERROR("%s, start testing server error", "UIRemoteControl::UIRemoteControl");
+        return;
+    }
+    m_timer = std::make_shared<MyTimer>();
+    connect(&m_server, SIGNAL(newConnection()), this, SLOT(HandleNewClientConnected()));
+}
+
+UIRemoteControl::UIRemoteControl(QObject *root, QQmlContext *context, QWindow *window)
+    : m_root(root), m_window(window), m_context(context), m_server(this), m_timer(std::make_shared<MyTimer>())
+{
+}
+
+UIRemoteControl::~UIRemoteControl()
+{
+    m_timer.reset();
+    // The sockets die with the server; they must not call back into this half-destroyed object.
+    for (QTcpSocket *socket : qAsConst(m_clients))
+        socket->disconnect(this);
+    m_server.close();
+}
+
+void UIRemoteControl::HandleNewClientConnected()
+{
+    while (m_server.hasPendingConnections()) {
+        QTcpSocket *socket = m_server.nextPendingConnection();
+        // Replies are small writes; without this, a reply that follows another one can wait for
+        // the client's delayed acknowledgement (tens of milliseconds).
+        socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        m_clients.append(socket);
+        connect(socket, SIGNAL(disconnected()), this, SLOT(ReleaseClient()));
+        connect(socket, SIGNAL(readyRead()), this, SLOT(ReadDataFromClient()));
+    }
+}
+
+void UIRemoteControl::ReleaseClient()
+{
+    auto *socket = qobject_cast<QTcpSocket *>(sender());
+    if (!socket)
+        return;
+    m_clients.removeOne(socket);
+    socket->deleteLater();
+}
+
+void UIRemoteControl::ReadDataFromClient()
+{
+    auto *socket = qobject_cast<QTcpSocket *>(sender());
+    if (!socket)
+        return;
+    ReadMessage(socket);
+    if (!m_busy) {
+        m_busy = true;
+        PickNextControl();
+    }
+}
+
+namespace {
+
+// The whole buffer as UTF-8, NUL bytes included: a NUL makes the message fail to parse instead
+// of silently cutting it short.
+QString DecodeMessage(const QByteArray &bytes)
+{
+    return QString::fromUtf8(bytes.constData(), bytes.size());
+}
+
+} // namespace
+
+// Cuts the bytes at hand into messages: whitespace outside strings is dropped, a '}' directly
+// followed by '{' ends a message, and the end of the bytes at hand ends the last one (even when
+// it is empty). Nothing is kept between reads: a message split over two reads becomes two
+// broken messages, so clients send each message whole and wait for its reply.
+void UIRemoteControl::ReadMessage(QTcpSocket *socket)
+{
+    const QByteArray bytes = socket->readAll();
+    QByteArray buffer;
+    bool inQuotes = false;
+    for (const char c : bytes) {
+        if (c == '"') {
+            inQuotes = !inQuotes;
+            buffer.append(c);
+            continue;
+        }
+        if (inQuotes) {
+            buffer.append(c);
+            continue;
+        }
+        if (c == '{' && buffer.endsWith('}')) {
+            m_queue.append(qMakePair(DecodeMessage(buffer), QPointer<QTcpSocket>(socket)));
+            buffer.clear();
+        }
+        if (c == ' ' || (c >= 0x09 && c <= 0x0D))
+            continue;
+        buffer.append(c);
+    }
+    m_queue.append(qMakePair(DecodeMessage(buffer), QPointer<QTcpSocket>(socket)));
+}
+
+void UIRemoteControl::PickNextControl()
+{
+    QTimer::singleShot(0, this, SLOT(ParseMessageAndDoControl()));
+}
+
+void UIRemoteControl::ParseMessageAndDoControl()
+{
+    if (m_queue.isEmpty()) {
+        m_busy = false;
+        return;
+    }
+    const QPair<QString, QPointer<QTcpSocket>> message = m_queue.takeFirst();
+    const QPointer<QTcpSocket> &socket = message.second;
+    if (!socket || !m_clients.contains(socket.data())) {
+        ResponseToClient(socket.data(), false, QVariant());
+        RC_ERROR("%s, client socket not found", "UIRemoteControl::ParseMessageAndDoControl");
+        PickNextControl();
+        return;
+    }
+    QVariant request;
+    if (message.first.isEmpty() || !ParseJSON(message.first, request) || request.type() != QVariant::Map) {
+        RC_ERROR("%s, parse message failed", "UIRemoteControl::ParseMessageAndDoControl");
+        SetFailureReason(QStringLiteral("the message is not a JSON object"));
+        ResponseToClient(socket.data(), false, QVariant());
+        PickNextControl();
+        return;
+    }
+    ParsedMessageInfo info;
+    info.Reset();
+    ExtractParsedMessageInfo(request, info);
+    ExtractExtensionWord(request, info);
+    DoControl(info, socket);
+}
+
+void UIRemoteControl::ResponseToClient(QTcpSocket *socket, bool success, const QVariant &value)
+{
+    QVariantMap reply;
+    reply.insert(QStringLiteral("result"), success);
+    if (value.isValid())
+        reply.insert(QStringLiteral("value"), value);
+    if (!success && m_extensions && !m_failureReason.isEmpty())
+        reply.insert(QStringLiteral("error"), m_failureReason);
+    m_failureReason.clear();
+    QString text;
+    SerializeJSON(reply, text);
+    // A socket that has disconnected (and waits for deletion) gets nothing.
+    if (socket && socket->state() == QAbstractSocket::ConnectedState)
+        socket->write(text.toUtf8());
+}
+
