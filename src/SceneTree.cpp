@@ -153,6 +153,15 @@ QQuickWindow *WindowOfRoot(QObject *root)
     return item ? item->window() : nullptr;
 }
 
+void PreferHeadless()
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY") &&
+        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (qgetenv("QT_QPA_PLATFORM") == "offscreen" && qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND"))
+        qputenv("QT_QUICK_BACKEND", "software");
+}
+
 QImage Grab(QQuickWindow *window)
 {
     if (!window)

@@ -39,6 +39,10 @@ UIREMOTECONTROL_EXPORT QHash<QObject *, QString> FindingPaths(QObject *root);
 // The window of a scene's root object: the root itself when it is a window, else its item's window.
 UIREMOTECONTROL_EXPORT QQuickWindow *WindowOfRoot(QObject *root);
 
+// Call before the application object is made: without a display (no DISPLAY, WAYLAND_DISPLAY or
+// QT_QPA_PLATFORM) the offscreen platform, and on it the software scene graph unless set.
+UIREMOTECONTROL_EXPORT void PreferHeadless();
+
 // The window as rendered now (null when it cannot be grabbed).
 UIREMOTECONTROL_EXPORT QImage Grab(QQuickWindow *window);
 
