@@ -47,7 +47,10 @@ LOGRECORDER_EXPORT int LastGetObjectArgument();
 LOGRECORDER_EXPORT const std::vector<RegisterCall> &Registers();
 LOGRECORDER_EXPORT const std::vector<FilterCall> &Filters();
 LOGRECORDER_EXPORT const std::vector<Line> &Lines();    // since the last Clear()
-LOGRECORDER_EXPORT const std::vector<Line> &RunLines(); // every line since the library was loaded
+// Every line since KeepRunLines() was called; off by default, so that long runs (the fuzz
+// targets) do not pile up lines.
+LOGRECORDER_EXPORT const std::vector<Line> &RunLines();
+LOGRECORDER_EXPORT void KeepRunLines();
 LOGRECORDER_EXPORT void Clear();                 // forgets filter calls and Lines(), not RunLines()
 LOGRECORDER_EXPORT void SetLevel(int level);     // writes the registered level variable
 LOGRECORDER_EXPORT unsigned long long Context(); // the context word handed out

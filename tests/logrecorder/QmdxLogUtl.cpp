@@ -22,6 +22,7 @@ std::vector<LogRecorder::RegisterCall> g_registers;
 std::vector<LogRecorder::FilterCall> g_filters;
 std::vector<LogRecorder::Line> g_lines;
 std::vector<LogRecorder::Line> g_runLines;
+bool g_keepRun = false;
 // True while the last filter call accepted and no line has been written for it yet.
 bool g_acceptPending = false;
 std::set<int> g_refused;
@@ -61,7 +62,8 @@ int Write(std::uintptr_t context, const char *format, va_list args)
     }
     g_acceptPending = false;
     g_lines.push_back(line);
-    g_runLines.push_back(line);
+    if (g_keepRun)
+        g_runLines.push_back(line);
     return 0;
 }
 
@@ -107,6 +109,7 @@ const std::vector<RegisterCall> &Registers() { return g_registers; }
 const std::vector<FilterCall> &Filters() { return g_filters; }
 const std::vector<Line> &Lines() { return g_lines; }
 const std::vector<Line> &RunLines() { return g_runLines; }
+void KeepRunLines() { g_keepRun = true; }
 unsigned long long Context() { return kContext; }
 
 void Clear()
