@@ -9,6 +9,15 @@ uirc_add_test_run(tst_logging_no_context tst_logging "QMDXLOG_VARIANT=nocontext"
 uirc_add_test_run(tst_logging_null_object tst_logging "QMDXLOG_VARIANT=nullobject")
 uirc_add_test(tst_nolog SOURCES tst_nolog.cpp NO_RECORDER)
 target_link_libraries(tst_nolog PRIVATE ${CMAKE_DL_LIBS})
+# The host program tst_nolog starts: not linked with the library, it loads it as a plugin by path.
+add_executable(uirc_nolog_host testhost/NoLogHostMain.cpp testhost/PluginHost.cpp testhost/PluginHost.h)
+target_include_directories(uirc_nolog_host PRIVATE testhost ${PROJECT_SOURCE_DIR}/host)
+target_link_libraries(uirc_nolog_host PRIVATE Qt5::Quick Qt5::Qml Qt5::Gui ${CMAKE_DL_LIBS})
+target_compile_definitions(uirc_nolog_host PRIVATE
+  TEST_QML_DIR="${CMAKE_CURRENT_SOURCE_DIR}/qml" UIRC_LIBRARY_PATH="$<TARGET_FILE:UIRemoteControl>")
+add_dependencies(uirc_nolog_host UIRemoteControl)
+add_dependencies(tst_nolog uirc_nolog_host)
+target_compile_definitions(tst_nolog PRIVATE UIRC_NOLOG_HOST="$<TARGET_FILE:uirc_nolog_host>")
 uirc_add_test(tst_wire SOURCES tst_wire.cpp)
 uirc_add_test(tst_server SOURCES tst_server.cpp)
 set_tests_properties(tst_server PROPERTIES RESOURCE_LOCK port34541)

@@ -106,6 +106,8 @@ private slots:
     void timeoutWithoutEmissionGivesFalse();
     void absentTimeoutWaitsZeroMilliseconds_data();
     void absentTimeoutWaitsZeroMilliseconds();
+    void absentTimeoutMissesEmissionShortlyAfter_data();
+    void absentTimeoutMissesEmissionShortlyAfter();
     void negativeTimeoutDoesNotWaitForever();
     void absentTimeoutCatchesEmissionAlreadyPending();
     void emissionBeforeWaitIsNotSeen();
@@ -195,6 +197,32 @@ void TestInputWaitSignal::absentTimeoutWaitsZeroMilliseconds()
     QVERIFY2(clock.elapsed() < 1500, qPrintable(QString::number(clock.elapsed())));
     QVERIFY(QQmlProperty::read(Child("slowPulse"), QStringLiteral("running")).toBool());
     QVERIFY(QMetaObject::invokeMethod(Child("slowPulse"), "stop"));
+}
+
+void TestInputWaitSignal::absentTimeoutMissesEmissionShortlyAfter_data()
+{
+    absentTimeoutWaitsZeroMilliseconds_data();
+}
+
+// A 30 ms timer is started by a queued call, which runs only once the wait's own event loop
+// runs: its emission comes 30 ms after the wait began, so any real wait sees it (a default of a
+// second as much as one of five), and a zero-length wait is over before it. Starting the timer
+// from inside the wait keeps a stalled test machine from making the emission overdue before
+// the wait begins.
+void TestInputWaitSignal::absentTimeoutMissesEmissionShortlyAfter()
+{
+    QFETCH(QVariant, timeout);
+
+    UIRemoteControl control(m_scene->root, nullptr, nullptr);
+    QObject *pulse = Child("pulse");
+    QSignalSpy fired(pulse, SIGNAL(triggered()));
+    QVERIFY(fired.isValid());
+    QVERIFY(QMetaObject::invokeMethod(pulse, "start", Qt::QueuedConnection));
+    QVERIFY(!Wait(control, Args(QStringLiteral("pulse"), QStringLiteral("triggered()"), timeout)));
+    QCOMPARE(fired.count(), 0);
+    // The emission does come, once the wait is over.
+    QVERIFY(fired.wait(5000));
+    QCOMPARE(TestSupport::ErrorLines(), QStringList());
 }
 
 // A negative limit must not turn into a wait without end, which would hold up every client of

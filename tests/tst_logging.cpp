@@ -1,6 +1,8 @@
 // The trace façade against the recording log library, under each of its variants. The same
 // executable runs once per variant (QMDXLOG_VARIANT / QMDXLOG_REFUSE, set by ctest); each test
-// states what that variant must produce.
+// states what that variant must produce. "Nothing written" is always checked on the complete
+// list of written lines: a line written without the filter's yes has no severity and would
+// never show up in a list of one severity.
 
 #include "TestSupport.h"
 #include "TraceLog.h"
@@ -45,6 +47,20 @@ void TracedFunction()
     RC_TRACE_SCOPE("Test::TracedFunction");
 }
 
+// Texts of every line written since the last Clear(), whatever their severity.
+QStringList AllTexts() { return LogTexts(); }
+
+QStringList Texts(const std::vector<LogRecorder::Line> &lines)
+{
+    QStringList texts;
+    for (const LogRecorder::Line &line : lines)
+        texts.append(QString::fromStdString(line.text));
+    return texts;
+}
+
+// The one line this suite writes through log-write directly, without asking the filter.
+const char kDirectLine[] = "Test::direct, direct 42";
+
 const LogRecorder::FilterCall *LastFilter()
 {
     return LogRecorder::Filters().empty() ? nullptr : &LogRecorder::Filters().back();
@@ -55,7 +71,30 @@ const LogRecorder::FilterCall *LastFilter()
 class TestLogging : public QObject {
     Q_OBJECT
 private slots:
+    // Loading the library writes nothing (it only registers), so the record of the run starts here.
+    void initTestCase() { LogRecorder::KeepRunLines(); }
     void init() { LogRecorder::Clear(); }
+
+    // Every line the run wrote, compared whole: each one went through an accepting filter call
+    // of its own, apart from the one written directly; without a filter word (or without a way
+    // to write) the direct line is all there is.
+    void cleanupTestCase()
+    {
+        const auto &run = LogRecorder::RunLines();
+        if (!WritesAtAll()) {
+            const bool canWrite = Variant() == QLatin1String("noshouldlog");
+            QCOMPARE(Texts(run), canWrite ? QStringList{kDirectLine} : QStringList());
+            return;
+        }
+        QVERIFY(run.size() > 1);
+        for (const LogRecorder::Line &line : run) {
+            const QString text = QString::fromStdString(line.text);
+            if (text == QLatin1String(kDirectLine))
+                continue;
+            QVERIFY2(line.severity == 2 || line.severity == 3 || line.severity == 5, qPrintable(text));
+            QVERIFY2(!Refuses(line.severity), qPrintable(text));
+        }
+    }
 
     void libraryObjectIsFetchedOnceWithZero()
     {
@@ -81,13 +120,15 @@ private slots:
     void enterAndLeaveLinesPairWithLineZeroOnLeave()
     {
         TracedFunction();
-        const QStringList lines = LogTexts(5);
+        const QStringList lines = AllTexts();
         if (!WritesAtAll() || Refuses(5)) {
-            QVERIFY(lines.isEmpty());
+            QCOMPARE(lines, QStringList());
             return;
         }
         QCOMPARE(lines, QStringList({"Test::TracedFunction, Enter", "Test::TracedFunction, Leave"}));
         const auto &written = LogRecorder::Lines();
+        QCOMPARE(written[0].severity, 5);
+        QCOMPARE(written[1].severity, 5);
         QCOMPARE(written[0].line, g_enterLine);
         QCOMPARE(written[1].line, 0);
         QVERIFY(QString::fromStdString(written[0].file).endsWith(QLatin1String("tests/tst_logging.cpp")));
@@ -99,10 +140,11 @@ private slots:
     {
         QVERIFY_EXCEPTION_THROWN(TracedFunctionThatThrows(), std::runtime_error);
         if (!WritesAtAll() || Refuses(5)) {
-            QVERIFY(LogTexts(5).isEmpty());
+            QCOMPARE(AllTexts(), QStringList());
             return;
         }
-        QCOMPARE(LogTexts(5), QStringList({"Test::TracedFunctionThatThrows, Enter", "Test::TracedFunctionThatThrows, Leave"}));
+        QCOMPARE(AllTexts(), QStringList({"Test::TracedFunctionThatThrows, Enter", "Test::TracedFunctionThatThrows, Leave"}));
+        QCOMPARE(LogRecorder::Lines().back().severity, 5);
         QCOMPARE(LogRecorder::Lines().back().line, 0);
     }
 
@@ -112,6 +154,7 @@ private slots:
         RC_ERROR("%s, something failed %s", "Test::filter", "here");
         if (!FiltersAtAll()) {
             QCOMPARE(int(LogRecorder::Filters().size()), 0);
+            QCOMPARE(AllTexts(), QStringList());
             return;
         }
         const auto *filter = LastFilter();
@@ -122,9 +165,11 @@ private slots:
         QCOMPARE(filter->context, LogRecorder::Context());
         QVERIFY(QString::fromStdString(filter->file).endsWith(QLatin1String("tests/tst_logging.cpp")));
         if (Variant() == QLatin1String("nowrite") || Refuses(2))
-            QVERIFY(LogRecorder::Lines().empty());
+            QCOMPARE(AllTexts(), QStringList());
         else
-            QCOMPARE(ErrorLines(), QStringList({"Test::filter, something failed here"}));
+            QCOMPARE(AllTexts(), QStringList({"Test::filter, something failed here"}));
+        if (!LogRecorder::Lines().empty())
+            QCOMPARE(LogRecorder::Lines()[0].severity, 2);
     }
 
     void levelIsReadAfreshAtEveryLogSite()
@@ -146,7 +191,7 @@ private slots:
         RC_LOG(TraceLog::Trace, "%s, %s", "Test::lazy", convert("value"));
         const bool written = WritesAtAll() && !Refuses(5);
         QCOMPARE(conversions, (FiltersAtAll() && !Refuses(5)) ? 1 : 0);
-        QCOMPARE(LogTexts(5).size(), written ? 1 : 0);
+        QCOMPARE(AllTexts(), written ? QStringList{"Test::lazy, value"} : QStringList());
     }
 
     void writeAloneWorksWithoutFilterWord()
@@ -155,9 +200,9 @@ private slots:
         TraceLog::Write("%s, direct %d", "Test::direct", 42);
         const bool canWrite = Variant().isEmpty() || Variant() == QLatin1String("noregister") ||
                               Variant() == QLatin1String("noshouldlog");
-        QCOMPARE(int(LogRecorder::Lines().size()), canWrite ? 1 : 0);
+        QCOMPARE(AllTexts(), canWrite ? QStringList{kDirectLine} : QStringList());
         if (canWrite)
-            QCOMPARE(QString::fromStdString(LogRecorder::Lines()[0].text), QStringLiteral("Test::direct, direct 42"));
+            QCOMPARE(LogRecorder::Lines()[0].severity, -1);
     }
 
     void serverErrorsReachTheLogWithExactText()
@@ -165,12 +210,45 @@ private slots:
         UIRemoteControl remote(nullptr, nullptr, nullptr);
         QVariant value;
         QVERIFY(!remote.controlObject(QVariantMap{{"nothing", QVariantMap()}}, value));
-        if (!WritesAtAll() || Refuses(2)) {
-            QVERIFY(ErrorLines().isEmpty());
+        if (!WritesAtAll()) {
+            QCOMPARE(AllTexts(), QStringList());
+            return;
+        }
+        if (Refuses(2)) {
+            QCOMPARE(ErrorLines(), QStringList());
             return;
         }
         QCOMPARE(ErrorLines(), QStringList({"UIRemoteControl::Action, control type not support"}));
         QVERIFY(QString::fromStdString(LogRecorder::Lines().back().file).endsWith(QLatin1String("src/Dispatch.cpp")));
+    }
+
+    // Two lookups over TCP go through the server, the dispatch, the object search with its route
+    // snapshots and, for the failed one, an error line: every one of those sites asks the filter
+    // first.
+    void serverRoundTripWritesOnlyWhatTheFilterAccepts()
+    {
+        QObject root;
+        root.setObjectName(QStringLiteral("root"));
+        UIRemoteControl remote(&root, nullptr, FreePort(), nullptr);
+        QVERIFY(remote.IsListening());
+        ReplyClient client;
+        client.ConnectTo(remote.ServerPort());
+        QTRY_VERIFY_WITH_TIMEOUT(client.IsConnected(), 5000);
+        LogRecorder::Clear();
+        client.Send(R"({"getpro": {"objname": "root", "property": "objectName"}})"
+                    R"({"getpro": {"objname": "nowhere", "property": "objectName"}})");
+        QTRY_COMPARE_WITH_TIMEOUT(client.replies.size(), 2, 5000);
+        QCOMPARE(client.replies[0], (QJsonObject{{"result", true}, {"value", "root"}}));
+        QCOMPARE(client.replies[1], (QJsonObject{{"result", false}}));
+        if (!WritesAtAll()) {
+            QCOMPARE(AllTexts(), QStringList());
+            return;
+        }
+        QCOMPARE(ErrorLines(), Refuses(2) ? QStringList()
+                                          : QStringList{"UIRemoteControl::FindNamedQMLObject, can not find QObject nowhere"});
+        QCOMPARE(LogTexts(3).isEmpty(), Refuses(3));
+        QCOMPARE(LogTexts(5).isEmpty(), Refuses(5));
+        QCOMPARE(LogTexts(2).size() + LogTexts(3).size() + LogTexts(5).size(), AllTexts().size());
     }
 
     void refusedSeveritiesWriteNothingButOthersStill()

@@ -1,9 +1,10 @@
 // The testing server through real TCP clients on loopback: framing, the shared queue, ports,
-// delays, departed clients, reply bytes.
+// delays, departed clients, reply bytes. One test drives a real QML window (input_pointer.qml).
 
 #include "TestSupport.h"
 #include "UIRemoteControl.h"
 
+#include <QGuiApplication>
 #include <QtTest>
 
 #include <memory>
@@ -101,15 +102,57 @@ private slots:
         QCOMPARE(root->tags, QStringList({"first", "second"}));
     }
 
-    void clickThenHoverInOneWriteRunInThatOrder()
+    // Of the two controls in one write exactly one finds its item, so the two replies differ and
+    // each can be told apart; the item's own record shows which control reached it.
+    void clickThenHoverInOneWriteAreAnsweredInThatOrder_data()
     {
-        auto client = Client();
-        client->Send(R"({"click": {"objname": "root", "winobjname": "w"}}{"hover": {"objname": "root", "winobjname": "w"}})");
-        QTRY_COMPARE_WITH_TIMEOUT(client->replies.size(), 2, 5000);
-        const QStringList trace = LogTexts(5);
-        const int click = trace.indexOf(QStringLiteral("UIRemoteControl::DoClick, Enter"));
-        const int hover = trace.indexOf(QStringLiteral("UIRemoteControl::DoHover, Enter"));
-        QVERIFY(click >= 0 && hover > click);
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<bool>("clickResult");
+        QTest::addColumn<bool>("hoverResult");
+        QTest::addColumn<QStringList>("recorded");
+        QTest::addColumn<QString>("failure");
+
+        QTest::newRow("click found, hover not")
+            << QByteArray(R"({"click": {"objname": "target", "winobjname": "pointerWindow"}})"
+                          R"({"hover": {"objname": "ghost", "winobjname": "pointerWindow"}})")
+            << true << false
+            << QStringList{"entered", "pressed 1 1 0 51,26", "released 1 0 0 51,26", "clicked 1 0 0 51,26"}
+            << "UIRemoteControl::DoHover, can not find QQuickItem";
+        QTest::newRow("hover found, click not")
+            << QByteArray(R"({"click": {"objname": "ghost", "winobjname": "pointerWindow"}})"
+                          R"({"hover": {"objname": "target", "winobjname": "pointerWindow"}})")
+            << false << true << QStringList{"entered"}
+            << "UIRemoteControl::DoClick, can not find QQuickItem";
+    }
+    void clickThenHoverInOneWriteAreAnsweredInThatOrder()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(bool, clickResult);
+        QFETCH(bool, hoverResult);
+        QFETCH(QStringList, recorded);
+        QFETCH(QString, failure);
+
+        Scene scene(QStringLiteral("input_pointer.qml"));
+        QVERIFY(scene.window);
+        QVERIFY(QTest::qWaitForWindowExposed(scene.window));
+        QObject *target = scene.root->findChild<QObject *>(QStringLiteral("target"));
+        QVERIFY(target);
+        // The pointer starts on an empty spot of the window, away from the target.
+        QTest::mouseMove(scene.window, QPoint(390, 290));
+        TakeRecorded(target);
+        LogRecorder::Clear();
+        UIRemoteControl sceneRemote(scene.root, nullptr, FreePort(), nullptr);
+        QVERIFY(sceneRemote.IsListening());
+        ReplyClient client;
+        client.ConnectTo(sceneRemote.ServerPort());
+        QTRY_VERIFY_WITH_TIMEOUT(client.IsConnected(), 5000);
+
+        client.Send(bytes);
+        QTRY_COMPARE_WITH_TIMEOUT(client.replies.size(), 2, 5000);
+        QCOMPARE(client.replies[0], (QJsonObject{{"result", clickResult}}));
+        QCOMPARE(client.replies[1], (QJsonObject{{"result", hoverResult}}));
+        QCOMPARE(TakeRecorded(target), recorded);
+        QCOMPARE(ErrorLines(), (QStringList{"UIRemoteControl::FindNamedQMLObject, can not find QObject ghost", failure}));
     }
 
     void whitespaceOutsideStringsDroppedInsideKept()
@@ -396,7 +439,8 @@ private slots:
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication app(argc, argv);
+    // A GUI application: one test clicks and hovers in a real window.
+    QGuiApplication app(argc, argv);
     TestServer server;
     TestServerPorts ports;
     int status = QTest::qExec(&server, argc, argv);

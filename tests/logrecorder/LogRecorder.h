@@ -35,7 +35,7 @@ struct FilterCall {
 
 struct Line {
     unsigned long long context;
-    int severity;     // from the filter call that accepted it
+    int severity;     // from the accepting filter call just before it; -1 without one
     std::string file; // likewise
     int line;         // likewise
     std::string format;
@@ -46,8 +46,12 @@ LOGRECORDER_EXPORT int GetObjectCalls();
 LOGRECORDER_EXPORT int LastGetObjectArgument();
 LOGRECORDER_EXPORT const std::vector<RegisterCall> &Registers();
 LOGRECORDER_EXPORT const std::vector<FilterCall> &Filters();
-LOGRECORDER_EXPORT const std::vector<Line> &Lines();
-LOGRECORDER_EXPORT void Clear();                 // forgets filter calls and lines
+LOGRECORDER_EXPORT const std::vector<Line> &Lines();    // since the last Clear()
+// Every line since KeepRunLines() was called; off by default, so that long runs (the fuzz
+// targets) do not pile up lines.
+LOGRECORDER_EXPORT const std::vector<Line> &RunLines();
+LOGRECORDER_EXPORT void KeepRunLines();
+LOGRECORDER_EXPORT void Clear();                 // forgets filter calls and Lines(), not RunLines()
 LOGRECORDER_EXPORT void SetLevel(int level);     // writes the registered level variable
 LOGRECORDER_EXPORT unsigned long long Context(); // the context word handed out
 

@@ -21,6 +21,10 @@ int g_lastGetObjectArgument = -1;
 std::vector<LogRecorder::RegisterCall> g_registers;
 std::vector<LogRecorder::FilterCall> g_filters;
 std::vector<LogRecorder::Line> g_lines;
+std::vector<LogRecorder::Line> g_runLines;
+bool g_keepRun = false;
+// True while the last filter call accepted and no line has been written for it yet.
+bool g_acceptPending = false;
 std::set<int> g_refused;
 
 std::string Variant()
@@ -39,6 +43,7 @@ int ShouldLog(std::uintptr_t context, int packed, int reserved, const char *file
 {
     const bool accepted = g_refused.count(packed & 0xFF) == 0;
     g_filters.push_back({context, packed, reserved, file ? file : "", line, accepted});
+    g_acceptPending = accepted;
     return accepted ? 0 : 1;
 }
 
@@ -47,16 +52,18 @@ int Write(std::uintptr_t context, const char *format, va_list args)
     char buffer[4096];
     std::vsnprintf(buffer, sizeof buffer, format, args);
     LogRecorder::Line line{context, -1, "", 0, format, buffer};
-    // The façade always asks the filter first: the line belongs to the last accepted call.
-    for (auto it = g_filters.rbegin(); it != g_filters.rend(); ++it) {
-        if (it->accepted) {
-            line.severity = it->packedLevel & 0xFF;
-            line.file = it->file;
-            line.line = it->line;
-            break;
-        }
+    // A log site asks the filter and writes right after its yes: the line belongs to that call.
+    // A line written without a yes just before it keeps severity -1.
+    if (g_acceptPending && !g_filters.empty()) {
+        const LogRecorder::FilterCall &call = g_filters.back();
+        line.severity = call.packedLevel & 0xFF;
+        line.file = call.file;
+        line.line = call.line;
     }
+    g_acceptPending = false;
     g_lines.push_back(line);
+    if (g_keepRun)
+        g_runLines.push_back(line);
     return 0;
 }
 
@@ -101,12 +108,15 @@ int LastGetObjectArgument() { return g_lastGetObjectArgument; }
 const std::vector<RegisterCall> &Registers() { return g_registers; }
 const std::vector<FilterCall> &Filters() { return g_filters; }
 const std::vector<Line> &Lines() { return g_lines; }
+const std::vector<Line> &RunLines() { return g_runLines; }
+void KeepRunLines() { g_keepRun = true; }
 unsigned long long Context() { return kContext; }
 
 void Clear()
 {
     g_filters.clear();
     g_lines.clear();
+    g_acceptPending = false;
 }
 
 void SetLevel(int level)
