@@ -102,8 +102,7 @@ def check_arguments(tool, args):
             types = [types] if isinstance(types, str) else types
             if not any(_has_type(value, t) for t in types):
                 raise ToolError("Bad argument for %s: '%s' must be %s, got %s."
-                                % (tool.name, name, " or ".join("an integer" if t == "integer" else "a " + t
-                                                                 for t in types), json.dumps(value)))
+                                % (tool.name, name, " or ".join(("an " if t[0] in "aeiou" else "a ") + t for t in types), json.dumps(value)))
         if "enum" in spec and value not in spec["enum"]:
             raise ToolError("Bad argument for %s: '%s' must be one of %s, got %s."
                             % (tool.name, name, ", ".join(spec["enum"]), json.dumps(value)))
