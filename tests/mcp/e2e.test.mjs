@@ -3,12 +3,14 @@
 import assert from 'node:assert/strict';
 import { after, before, describe, it } from 'node:test';
 import { LATEST_PROTOCOL_VERSION, SUPPORTED_PROTOCOL_VERSIONS } from '@modelcontextprotocol/sdk/types.js';
-import { call, connectMcp, freePort, rawSession, startHost, textOf } from './harness.mjs';
+import { call, connectMcp, freePort, killAll, rawSession, startHost, textOf } from './harness.mjs';
 
 const BASE_TOOLS = ['click', 'double_click', 'hover', 'press', 'drag', 'drop', 'key', 'get_property',
   'set_property', 'invoke', 'invoke_with_result', 'wait_signal', 'window_name', 'model_value'];
 const EXTENSION_TOOLS = ['tree', 'find', 'screenshot', 'type_text', 'wheel', 'wait_property'];
 const T = { timeout: 180000 };
+
+after(killAll); // what a failed test left running
 
 const read = async (client, objname, property) =>
   JSON.parse(textOf(await call(client, 'get_property', { objname, property })));
@@ -225,24 +227,28 @@ describe('the application going away and coming back', T, () => {
 describe('raw protocol', T, () => {
   it('negotiates the version, rejects broken lines and unknown methods', async () => {
     const session = rawSession(await freePort());
-    const init = (id, version) => session.send(JSON.stringify({ jsonrpc: '2.0', id, method: 'initialize',
-      params: { protocolVersion: version, capabilities: {}, clientInfo: { name: 'raw', version: '0' } } }));
-    init(1, '2025-06-18');
-    assert.equal((await session.next()).result.protocolVersion, '2025-06-18');
-    init(2, '2024-11-05'); // too old for this server: it answers with its newest revision
-    const answer = await session.next();
-    assert.equal(answer.result.protocolVersion, '2025-11-25');
-    assert.ok(SUPPORTED_PROTOCOL_VERSIONS.includes(answer.result.protocolVersion));
-    session.send('{"jsonrpc": "2.0", "method": "notifications/initialized"}');
-    session.send('{not json');
-    assert.deepEqual((await session.next()).error.code, -32700);
-    session.send('[{"jsonrpc": "2.0", "id": 3, "method": "ping"}]');
-    assert.deepEqual(await session.next(), { jsonrpc: '2.0', id: null, error: { code: -32600, message: 'Invalid request: expected one JSON-RPC 2.0 object per line' } });
-    session.send('{"jsonrpc": "2.0", "id": 4, "method": "resources/list"}');
-    assert.deepEqual(await session.next(), { jsonrpc: '2.0', id: 4, error: { code: -32601, message: 'Method not found: resources/list' } });
-    session.send('{"jsonrpc": "2.0", "id": 5, "method": "ping"}');
-    assert.deepEqual(await session.next(), { jsonrpc: '2.0', id: 5, result: {} });
-    assert.equal(await session.close(), 0);
+    try {
+      const init = (id, version) => session.send(JSON.stringify({ jsonrpc: '2.0', id, method: 'initialize',
+        params: { protocolVersion: version, capabilities: {}, clientInfo: { name: 'raw', version: '0' } } }));
+      init(1, '2025-06-18');
+      assert.equal((await session.next()).result.protocolVersion, '2025-06-18');
+      init(2, '2024-11-05'); // too old for this server: it answers with its newest revision
+      const answer = await session.next();
+      assert.equal(answer.result.protocolVersion, '2025-11-25');
+      assert.ok(SUPPORTED_PROTOCOL_VERSIONS.includes(answer.result.protocolVersion));
+      session.send('{"jsonrpc": "2.0", "method": "notifications/initialized"}');
+      session.send('{not json');
+      assert.deepEqual((await session.next()).error.code, -32700);
+      session.send('[{"jsonrpc": "2.0", "id": 3, "method": "ping"}]');
+      assert.deepEqual(await session.next(), { jsonrpc: '2.0', id: null, error: { code: -32600, message: 'Invalid request: expected one JSON-RPC 2.0 object per line' } });
+      session.send('{"jsonrpc": "2.0", "id": 4, "method": "resources/list"}');
+      assert.deepEqual(await session.next(), { jsonrpc: '2.0', id: 4, error: { code: -32601, message: 'Method not found: resources/list' } });
+      session.send('{"jsonrpc": "2.0", "id": 5, "method": "ping"}');
+      assert.deepEqual(await session.next(), { jsonrpc: '2.0', id: 5, result: {} });
+      assert.equal(await session.close(), 0);
+    } finally {
+      session.kill();
+    }
   });
 });
 

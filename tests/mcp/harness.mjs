@@ -20,6 +20,18 @@ const PYTHON = process.env.UIREMOTE_PYTHON || '/usr/bin/python3';
 const CLIENT_DIR = env('UIREMOTE_CLIENT_DIR');
 const WAIT_MS = 60000; // generous: the machine is shared and loaded
 
+// Every process started here, so that a failed test leaves none running (see killAll).
+const children = new Set();
+function track(proc) {
+  children.add(proc);
+  proc.on('exit', () => children.delete(proc));
+  return proc;
+}
+
+export function killAll() {
+  for (const proc of children) proc.kill('SIGKILL');
+}
+
 export async function freePort() {
   const server = net.createServer();
   server.listen(0, '127.0.0.1');
@@ -40,10 +52,10 @@ function within(promise, what, ms = WAIT_MS) {
 
 // Starts uiremote-host on `port` and resolves once it listens.
 export async function startHost(port, extraEnv = {}) {
-  const proc = spawn(HOST_BIN, ['--port', String(port), SCENE], {
+  const proc = track(spawn(HOST_BIN, ['--port', String(port), SCENE], {
     env: { ...process.env, QT_QPA_PLATFORM: 'offscreen', QT_QUICK_BACKEND: 'software', ...extraEnv },
     stdio: ['ignore', 'pipe', 'pipe'],
-  });
+  }));
   let output = '';
   proc.stderr.on('data', (d) => { output += d; });
   const exited = once(proc, 'exit');
@@ -100,10 +112,10 @@ export function textOf(result) {
 
 // A raw session: JSON-RPC lines in, JSON lines out, no SDK in between.
 export function rawSession(port) {
-  const proc = spawn(PYTHON, ['-m', 'uiremote', 'mcp', '--port', String(port)], {
+  const proc = track(spawn(PYTHON, ['-m', 'uiremote', 'mcp', '--port', String(port)], {
     env: { ...process.env, PYTHONPATH: CLIENT_DIR, PYTHONDONTWRITEBYTECODE: '1' },
     stdio: ['pipe', 'pipe', 'pipe'],
-  });
+  }));
   const lines = readline.createInterface({ input: proc.stdout })[Symbol.asyncIterator]();
   return {
     send(text) { proc.stdin.write(text.endsWith('\n') ? text : `${text}\n`); },
@@ -112,6 +124,7 @@ export function rawSession(port) {
       if (done) throw new Error('uiremote mcp closed its output');
       return JSON.parse(value);
     },
+    kill() { proc.kill('SIGKILL'); },
     async close() {
       proc.stdin.end();
       const [code] = await within(once(proc, 'exit'), 'uiremote mcp exit');
