@@ -29,9 +29,9 @@ INVALID_PARAMS = -32602
 
 INSTRUCTIONS = (
     "These tools operate a running Qt Quick application. Objects are named by dotted paths of "
-    "objectName values (main.okButton); a path may leave out ancestors. Explore with tree and "
-    "find when they are listed, read state with get_property, act with click, key and "
-    "type_text, and look with screenshot. A failed call says what was wrong.")
+    "objectName values (main.okButton); a path may leave out ancestors. Read state with "
+    "get_property, act with click and key. Where they are listed, explore with tree and find, "
+    "type with type_text and look with screenshot. A failed call says what was wrong.")
 
 
 class _Call:
