@@ -9,7 +9,7 @@ if(TARGET uiremote-host)
   endforeach()
   add_test(NAME mcp_sdk_setup COMMAND sh ${PROJECT_SOURCE_DIR}/scripts/mcp-sdk.sh ${UIRC_MCP_DIR})
   set_tests_properties(mcp_sdk_setup PROPERTIES FIXTURES_SETUP mcp_sdk TIMEOUT 900)
-  add_test(NAME mcp_e2e COMMAND node --test --test-reporter=spec ${UIRC_MCP_DIR}/e2e.test.mjs)
+  add_test(NAME mcp_e2e COMMAND node --test ${UIRC_MCP_DIR}/e2e.test.mjs)
   set_tests_properties(mcp_e2e PROPERTIES
     FIXTURES_REQUIRED mcp_sdk
     ENVIRONMENT "UIREMOTE_HOST=$<TARGET_FILE:uiremote-host>;UIREMOTE_SCENE=${PROJECT_SOURCE_DIR}/clients/python/tests/qml/controls.qml;UIREMOTE_CLIENT_DIR=${PROJECT_SOURCE_DIR}/clients/python;UIREMOTE_PYTHON=/usr/bin/python3"

@@ -96,22 +96,22 @@ def check_arguments(tool, args):
             raise ToolError("Bad argument for %s: '%s' is missing (%s)."
                             % (tool.name, name, known[name].get("description", "required")))
     for name, value in args.items():
-        spec = known[name]
-        types = spec.get("type")
+        rule = known[name]
+        types = rule.get("type")
         if types is not None:
             types = [types] if isinstance(types, str) else types
             if not any(_has_type(value, t) for t in types):
                 raise ToolError("Bad argument for %s: '%s' must be %s, got %s."
                                 % (tool.name, name, " or ".join(("an " if t[0] in "aeiou" else "a ") + t for t in types), json.dumps(value)))
-        if "enum" in spec and value not in spec["enum"]:
+        if "enum" in rule and value not in rule["enum"]:
             raise ToolError("Bad argument for %s: '%s' must be one of %s, got %s."
-                            % (tool.name, name, ", ".join(spec["enum"]), json.dumps(value)))
-        if "minimum" in spec and value < spec["minimum"] or "maximum" in spec and value > spec["maximum"]:
+                            % (tool.name, name, ", ".join(rule["enum"]), json.dumps(value)))
+        if "minimum" in rule and value < rule["minimum"] or "maximum" in rule and value > rule["maximum"]:
             raise ToolError("Bad argument for %s: '%s' must be between %d and %d, got %s."
-                            % (tool.name, name, spec.get("minimum"), spec.get("maximum"), json.dumps(value)))
-        if spec.get("maxItems") is not None and len(value) > spec["maxItems"]:
+                            % (tool.name, name, rule.get("minimum"), rule.get("maximum"), json.dumps(value)))
+        if rule.get("maxItems") is not None and len(value) > rule["maxItems"]:
             raise ToolError("Bad argument for %s: '%s' takes at most %d items, got %d."
-                            % (tool.name, name, spec["maxItems"], len(value)))
+                            % (tool.name, name, rule["maxItems"], len(value)))
     return {name: int(value) if isinstance(value, float) and known[name].get("type") == "integer" else value
             for name, value in args.items()}
 
@@ -139,7 +139,7 @@ def _target(args):
     return {key: args[key] for key in ("objname", "parobjname") if key in args}
 
 
-def _fail(call, reply, request, hint):
+def _fail(call, reply, hint):
     """The message for a false reply: the application's own reason when it gives one (extension
     mode), else what a look at the object tells."""
     reason = reply.raw.get("error")
@@ -156,7 +156,7 @@ def _send(call, word, data, hint, timeout=None):
     request = {word: data}
     reply = call.link.send(request, timeout=timeout)
     if not reply.result:
-        raise _fail(call, reply, request, hint)
+        raise _fail(call, reply, hint)
     return reply
 
 
