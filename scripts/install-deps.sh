@@ -8,6 +8,10 @@ missing=""
 for p in $PACKAGES; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing="$missing $p"
 done
+# Node.js and npm run the MCP SDK client of tests/mcp; any node on PATH will do.
+if ! command -v node >/dev/null 2>&1 || ! command -v npm >/dev/null 2>&1; then
+  missing="$missing nodejs npm"
+fi
 [ -z "$missing" ] && exit 0
 echo "installing:$missing"
 SUDO=""

@@ -9,6 +9,7 @@ plain strings otherwise: ``5`` is a number, ``true`` a boolean, ``'"5"'`` and ``
 """
 
 import argparse
+import io
 import json
 import os
 import shlex
@@ -311,7 +312,31 @@ def build_parser(prog="uiremote", with_globals=True):
             description="Reads lines: a JSON request object, or a command as on the command line "
                         "(without the global options). 'help' lists commands, 'quit' or end of input ends.")
         shell.set_defaults(run=None)
+        mcp = subparsers.add_parser(
+            "mcp", help="serve the controls to AI agents as Model Context Protocol tools (stdio)",
+            description="Model Context Protocol server on standard input/output: one tool per control. "
+                        "It connects to the application at the first call and again after it restarts.")
+        mcp.add_argument("--host", dest="mcp_host", metavar="H", help="application host (default 127.0.0.1)")
+        mcp.add_argument("--port", dest="mcp_port", type=int, metavar="N",
+                         help="application port (default $UIREMOTE_PORT or %d)" % DEFAULT_PORT)
+        mcp.add_argument("--token", default=os.environ.get("UIREMOTE_TOKEN"), metavar="T",
+                         help="token the application asks for (default $UIREMOTE_TOKEN)")
+        mcp.add_argument("--window", dest="mcp_window", metavar="NAME",
+                         help="window for pointer and key tools that name none")
+        mcp.add_argument("--page-size", type=int, default=50, metavar="N", help="tools per tools/list page")
+        mcp.set_defaults(run=None)
     return parser
+
+
+def _run_mcp(args, stdin, stdout, stderr):
+    from .mcp_server import serve
+
+    if stdin is sys.stdin:  # the protocol is UTF-8 whatever the locale says
+        stdin = io.TextIOWrapper(sys.stdin.buffer, encoding="utf-8", errors="replace")
+        stdout = io.TextIOWrapper(sys.stdout.buffer, encoding="utf-8", newline="\n")
+    return serve(args.mcp_host or args.host, args.mcp_port or args.port, token=args.token,
+                 window=args.mcp_window or args.default_window, timeout=args.timeout,
+                 page_size=args.page_size, stdin=stdin, stdout=stdout, stderr=stderr)
 
 
 def _run_shell(client, stdin, stdout, stderr):
@@ -369,6 +394,8 @@ def main(argv=None, stdin=None, stdout=None, stderr=None):
         args = parser.parse_args(argv)
     except SystemExit as exit_:
         return exit_.code if isinstance(exit_.code, int) else EXIT_ERROR
+    if args.command == "mcp":
+        return _run_mcp(args, stdin, stdout, stderr)
     client = Client(args.host, args.port, timeout=args.timeout, window=args.default_window)
     try:
         with client:

@@ -1,0 +1,22 @@
+#!/bin/sh
+# Installs the MCP TypeScript SDK client (pinned in tests/mcp/package-lock.json) into a build
+# directory for the agent tool server's end-to-end tests: `mcp-sdk.sh DIR`, where DIR holds
+# copies of tests/mcp/package.json and package-lock.json. Installs Debian's nodejs and npm
+# first when node or npm is missing. Does nothing when DIR already has this lock installed.
+set -e
+dir=$(cd "${1:?usage: mcp-sdk.sh DIR}" && pwd)
+if ! command -v node >/dev/null 2>&1 || ! command -v npm >/dev/null 2>&1; then
+  echo "installing: nodejs npm"
+  SUDO=""
+  [ "$(id -u)" -ne 0 ] && SUDO=sudo
+  $SUDO apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends nodejs npm
+fi
+stamp="$dir/node_modules/.uiremote-lock"
+if [ -f "$stamp" ] && cmp -s "$stamp" "$dir/package-lock.json"; then
+  exit 0
+fi
+cd "$dir"
+npm ci --no-audit --no-fund --loglevel=error
+cp package-lock.json "$stamp"
+echo "MCP SDK client installed in $dir (node $(node --version))"
