@@ -7,6 +7,9 @@ set -u
 BUILD_DIR=${1:-build}
 cd "$(dirname "$0")/.." || exit 1
 BIN=$BUILD_DIR/bin
+# The Qt 6 build names its host uiremote-host-qt6.
+HOST=$BIN/uiremote-host
+grep -q '^UIREMOTE_QT_MAJOR:STRING=6' "$BUILD_DIR/CMakeCache.txt" 2>/dev/null && HOST=$BIN/uiremote-host-qt6
 RESULTS=$BUILD_DIR/bench-results.txt
 
 # Headless, as uiremote-host runs without a display; the same platform for every process.
@@ -59,7 +62,7 @@ start_host() {
   local qml=$1 attempt port
   for attempt in 1 2 3 4 5; do
     port=$("$BIN/bench-client" freeport) || return 1
-    if start_server "$WORK/host.out" "$BIN/uiremote-host" --port "$port" "$qml"; then
+    if start_server "$WORK/host.out" "$HOST" --port "$port" "$qml"; then
       HOST_PID=$SERVER_PID
       HOST_PORT=$SERVER_PORT
       return 0

@@ -12,6 +12,18 @@ namespace QTest {
 Q_TESTLIB_EXPORT int defaultMouseDelay();
 }
 
+namespace {
+
+// The Qt Test library of Qt 5 remembers the last pressed button; Qt 6 keeps no such state.
+void SetLastMouseButton([[maybe_unused]] Qt::MouseButton button)
+{
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    QTest::lastMouseButton = button;
+#endif
+}
+
+} // namespace
+
 namespace InputInjector {
 
 // Delivers one mouse action to a window exactly as the Qt Test library's mouseEvent() for a
@@ -56,7 +68,7 @@ void SendMouseEvent(QTest::MouseAction action, QWindow *window, Qt::MouseButton 
         buttons.setFlag(button, true);
         qt_handleMouseEvent(w, pos, global, buttons, button, QEvent::MouseButtonPress, stateKey,
                             ++QTest::lastMouseTimestamp);
-        QTest::lastMouseButton = button;
+        SetLastMouseButton(button);
         if (action == QTest::MousePress)
             break;
         Q_FALLTHROUGH();
@@ -65,7 +77,7 @@ void SendMouseEvent(QTest::MouseAction action, QWindow *window, Qt::MouseButton 
         qt_handleMouseEvent(w, pos, global, buttons, button, QEvent::MouseButtonRelease, stateKey,
                             ++QTest::lastMouseTimestamp);
         QTest::lastMouseTimestamp += QTest::mouseDoubleClickInterval; // no accidental double clicks
-        QTest::lastMouseButton = Qt::NoButton;
+        SetLastMouseButton(Qt::NoButton);
         break;
     case QTest::MouseMove:
         qt_handleMouseEvent(w, pos, global, buttons, Qt::NoButton, QEvent::MouseMove, stateKey,

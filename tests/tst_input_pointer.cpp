@@ -73,6 +73,22 @@ QString Describe(const QString &type, int button, int buttons, int modifiers, qr
         .arg(delta);
 }
 
+// The events as compared with the Qt Test library's own. Qt 6's Qt Test gives every event of one
+// mouse action the same time stamp, where Qt 5's steps it by one per event; the remote control
+// keeps Qt 5's steps under both majors (so items see the same events either way), and under Qt 6
+// the comparison leaves the stamps out.
+QStringList AsQtTestGivesThem(const QStringList &lines)
+{
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+    QStringList stripped;
+    for (const QString &line : lines)
+        stripped.append(line.left(line.lastIndexOf(QLatin1String(" +"))));
+    return stripped;
+#else
+    return lines;
+#endif
+}
+
 // Shorthand for expected window events.
 QString Ev(const char *type, int button, int buttons, int modifiers, qreal x, qreal y, long delta)
 {
@@ -620,7 +636,7 @@ void TestInputPointer::doubleClickIsOneQtTestDoubleClick()
 
     Park();
     QTest::mouseDClick(m_scene->window, Qt::LeftButton, Qt::NoModifier, QPoint(51, 26));
-    QCOMPARE(m_recorder->Lines(), viaControl);
+    QCOMPARE(AsQtTestGivesThem(m_recorder->Lines()), AsQtTestGivesThem(viaControl));
     QCOMPARE(Take(m_target), itemViaControl);
 }
 
@@ -825,7 +841,7 @@ void TestInputPointer::pointerEventsMatchQtTest()
     ReleaseHeldButtons();
     Park();
     Replay(steps);
-    QCOMPARE(viaControl, m_recorder->Lines());
+    QCOMPARE(AsQtTestGivesThem(viaControl), AsQtTestGivesThem(m_recorder->Lines()));
     QCOMPARE(targetViaControl, Take(m_target));
     QCOMPARE(shiftedViaControl, Take(m_shifted));
     QCOMPARE(scaledViaControl, Take(m_scaled));

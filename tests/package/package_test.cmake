@@ -3,7 +3,7 @@ set(consumer ${BUILD_DIR}/package-test/embed)
 file(REMOVE_RECURSE ${BUILD_DIR}/package-test)
 foreach(step
     "${CMAKE_COMMAND};--install;${BUILD_DIR};--prefix;${prefix}"
-    "${CMAKE_COMMAND};-S;${SOURCE_DIR}/examples/embed;-B;${consumer};-DCMAKE_PREFIX_PATH=${prefix}"
+    "${CMAKE_COMMAND};-S;${SOURCE_DIR}/examples/embed;-B;${consumer};-DCMAKE_PREFIX_PATH=${prefix};-DQT_VERSION_MAJOR=${QT_MAJOR}"
     "${CMAKE_COMMAND};--build;${consumer}")
   execute_process(COMMAND ${step} RESULT_VARIABLE status)
   if(NOT status EQUAL 0)
@@ -13,6 +13,20 @@ endforeach()
 if(NOT EXISTS ${consumer}/embed-example)
   message(FATAL_ERROR "the consumer did not build")
 endif()
+# A project of the other Qt major is refused at configure time, with a message that says why.
+if(QT_MAJOR EQUAL 6)
+  set(other 5)
+else()
+  set(other 6)
+endif()
+execute_process(
+  COMMAND ${CMAKE_COMMAND} -S ${SOURCE_DIR}/examples/embed -B ${BUILD_DIR}/package-test/other
+          -DCMAKE_PREFIX_PATH=${prefix} -DQT_VERSION_MAJOR=${other}
+  RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
+if(status EQUAL 0 OR NOT "${out}${err}" MATCHES "this project uses Qt ${other}, but UIRemoteControl")
+  message(FATAL_ERROR "a Qt ${other} project was not refused clearly:\n${out}${err}")
+endif()
+
 execute_process(COMMAND ${prefix}/bin/uiremote --help RESULT_VARIABLE status OUTPUT_QUIET)
 if(NOT status EQUAL 0)
   message(FATAL_ERROR "the installed uiremote command does not run")
