@@ -12,7 +12,7 @@ target_link_libraries(tst_nolog PRIVATE ${CMAKE_DL_LIBS})
 # The host program tst_nolog starts: not linked with the library, it loads it as a plugin by path.
 add_executable(uirc_nolog_host testhost/NoLogHostMain.cpp testhost/PluginHost.cpp testhost/PluginHost.h)
 target_include_directories(uirc_nolog_host PRIVATE testhost ${PROJECT_SOURCE_DIR}/host)
-target_link_libraries(uirc_nolog_host PRIVATE Qt5::Quick Qt5::Qml Qt5::Gui ${CMAKE_DL_LIBS})
+target_link_libraries(uirc_nolog_host PRIVATE Qt::Quick Qt::Qml Qt::Gui ${CMAKE_DL_LIBS})
 target_compile_definitions(uirc_nolog_host PRIVATE
   TEST_QML_DIR="${CMAKE_CURRENT_SOURCE_DIR}/qml" UIRC_LIBRARY_PATH="$<TARGET_FILE:UIRemoteControl>")
 add_dependencies(uirc_nolog_host UIRemoteControl)
