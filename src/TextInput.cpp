@@ -65,7 +65,8 @@ bool UIRemoteControl::DoTypeText(const ArgumentMap &args, QVariant &)
         SetFailureReason(QStringLiteral("the window %1 is not exposed").arg(window->objectName()));
         return false;
     }
-    if (!quickWindow || !quickWindow->activeFocusItem()) {
+    // The content item holds the focus when no item does: keys would reach nothing.
+    if (!quickWindow || !quickWindow->activeFocusItem() || quickWindow->activeFocusItem() == quickWindow->contentItem()) {
         SetFailureReason(QStringLiteral("no item has the keyboard focus in the window %1").arg(window->objectName()));
         return false;
     }
