@@ -1,7 +1,8 @@
 // Waits that do not poll: "waitprop" waits for a property to hold a value, woken only by the
 // property's notify signal; "waitidle" waits until nothing in a window moves any more (no
 // animation, transition, flick or stack-view change runs) and a frame has been rendered since,
-// woken by the running-state signals of those objects and by the window's frames. Both hold the
+// woken by the running-state signals of those objects and by the window's frames. A window that
+// runs an animation without end never settles. Both hold the
 // queue while they wait, give up at their time-out and end at once, false, when the object they
 // wait on is destroyed.
 
@@ -18,6 +19,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QSet>
+#include <QTimer>
 
 #include <algorithm>
 
@@ -53,7 +55,8 @@ struct Mover {
     const char *property;
 };
 
-bool Infinite(const QObject *animation) { return animation->property("loops").toInt() < 0; }
+// How long a window must render no frame to count as settled.
+const int kQuietMs = 100;
 
 QList<Mover> Movers(QQuickWindow *window)
 {
@@ -63,10 +66,7 @@ QList<Mover> Movers(QQuickWindow *window)
         if (seen.contains(object))
             return false;
         seen.insert(object);
-        // An animation that loops forever never ends: it cannot be waited for.
-        if (object->inherits("QQuickAbstractAnimation") && !Infinite(object))
-            movers.append({object, "running"});
-        else if (object->inherits("QQuickTransition"))
+        if (object->inherits("QQuickAbstractAnimation") || object->inherits("QQuickTransition"))
             movers.append({object, "running"});
         else if (object->inherits("QQuickFlickable") || object->inherits("QQuickPathView"))
             movers.append({object, "moving"});
@@ -162,24 +162,37 @@ bool UIRemoteControl::DoWaitIdle(const ArgumentMap &args, QVariant &)
     const QList<Mover> movers = Movers(window);
     const auto moving = [&movers] { return std::any_of(movers.begin(), movers.end(), Moving); };
 
-    // Settled: nothing moves and a frame has been rendered since the last movement ended. When
-    // nothing moves, the wait asks the window for one frame.
+    // Settled: nothing moves, a frame has been rendered since the last movement ended, and no
+    // frame has followed it for a quiet period. The quiet period catches the animations that
+    // announce themselves nowhere (a view gliding to its current item, a Behavior): while they
+    // run, the window renders frame after frame. At the start the wait asks for one frame.
     bool framed = false;
+    bool quiet = false;
+    int frames = 0;
+    QTimer quietTimer;
+    quietTimer.setSingleShot(true);
+    quietTimer.setInterval(kQuietMs);
     bool frameAsked = false;
     WaitLoop wait([&] {
         if (moving()) {
             framed = false;
             return false;
         }
-        if (!framed && !frameAsked && window) {
+        if (!framed && !frameAsked && window) { // the movement ended after the last frame
             frameAsked = true;
             window->update();
         }
-        return framed;
+        return framed && quiet;
     });
     QObject::connect(window, &QQuickWindow::frameSwapped, &wait, [&] {
-        frameAsked = false;
         framed = !moving();
+        quiet = false;
+        frameAsked = false;
+        ++frames;
+        quietTimer.start();
+    });
+    QObject::connect(&quietTimer, &QTimer::timeout, &wait, [&] {
+        quiet = true;
         wait.Check();
     });
     for (const Mover &mover : movers) {
@@ -201,7 +214,11 @@ bool UIRemoteControl::DoWaitIdle(const ArgumentMap &args, QVariant &)
         if (Moving(mover))
             still.append(mover.object->objectName().isEmpty() ? SceneTree::QmlId(mover.object) : mover.object->objectName());
     }
-    SetFailureReason(still.isEmpty() ? QStringLiteral("no frame was rendered within %1 ms").arg(timeout)
-                                     : QStringLiteral("still moving after %1 ms: %2").arg(timeout).arg(still.join(QStringLiteral(", "))));
+    if (!still.isEmpty())
+        SetFailureReason(QStringLiteral("still moving after %1 ms: %2").arg(timeout).arg(still.join(QStringLiteral(", "))));
+    else if (frames == 0)
+        SetFailureReason(QStringLiteral("no frame was rendered within %1 ms").arg(timeout));
+    else
+        SetFailureReason(QStringLiteral("the window kept rendering frames for %1 ms: an animation runs").arg(timeout));
     return false;
 }

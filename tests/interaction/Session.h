@@ -70,3 +70,15 @@ inline QJsonObject Failed(const QString &reason)
 }
 
 } // namespace Interaction
+
+namespace Interaction {
+// True when the replies are equal; shows both when they differ.
+inline bool SameReply(const QJsonObject &actual, const QJsonObject &expected)
+{
+    if (actual == expected)
+        return true;
+    qWarning("\n   Actual   %s\n   Expected %s", QJsonDocument(actual).toJson(QJsonDocument::Compact).constData(),
+             QJsonDocument(expected).toJson(QJsonDocument::Compact).constData());
+    return false;
+}
+} // namespace Interaction

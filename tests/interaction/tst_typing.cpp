@@ -35,13 +35,13 @@ private slots:
     void typesTextExactlyAsGiven()
     {
         QFETCH(QString, text);
-        QCOMPARE(m_session->Send(QStringLiteral("typetext"), {{"winobjname", "typingWindow"}, {"text", text}}), Ok());
+        QVERIFY(Interaction::SameReply(m_session->Send(QStringLiteral("typetext"), {{"winobjname", "typingWindow"}, {"text", text}}), Ok()));
         QCOMPARE(m_session->Get(QStringLiteral("field"), "text").toString(), text);
     }
 
     void onePressPerCharacterWithItsTextAndKey()
     {
-        QCOMPARE(m_session->Send(QStringLiteral("typetext"), {{"text", QStringLiteral("Ab \u00e9\u4f60\U0001F600")}}), Ok());
+        QVERIFY(Interaction::SameReply(m_session->Send(QStringLiteral("typetext"), {{"text", QStringLiteral("Ab \u00e9\u4f60\U0001F600")}}), Ok()));
         const QStringList expected = {QStringLiteral("A/65"), QStringLiteral("b/66"), QStringLiteral(" /32"),
                                       QStringLiteral("\u00e9/201"), QStringLiteral("\u4f60/20320"),
                                       QStringLiteral("\U0001F600/128512")};
@@ -50,7 +50,7 @@ private slots:
 
     void objnameClicksTheItemForFocusFirst()
     {
-        QCOMPARE(m_session->Send(QStringLiteral("typetext"), {{"objname", "area"}, {"text", QStringLiteral("one\ntwo")}}), Ok());
+        QVERIFY(Interaction::SameReply(m_session->Send(QStringLiteral("typetext"), {{"objname", "area"}, {"text", QStringLiteral("one\ntwo")}}), Ok()));
         QCOMPARE(m_session->Get(QStringLiteral("area"), "text").toString(), QStringLiteral("one\ntwo"));
         QCOMPARE(m_session->Get(QStringLiteral("field"), "text").toString(), QString());
     }
@@ -75,7 +75,7 @@ private slots:
     {
         QFETCH(QVariantMap, args);
         QFETCH(QString, reason);
-        QCOMPARE(m_session->Send(QStringLiteral("typetext"), args), Failed(reason));
+        QVERIFY(Interaction::SameReply(m_session->Send(QStringLiteral("typetext"), args), Failed(reason)));
         QCOMPARE(m_session->Get(QStringLiteral("field"), "text").toString(), QString());
     }
 
@@ -85,8 +85,8 @@ private slots:
         m_session->Object(QStringLiteral("field"))->setProperty("focus", false);
         QTRY_VERIFY(!m_session->Object(QStringLiteral("field"))->property("activeFocus").toBool());
         QCOMPARE(m_session->scene.window->activeFocusItem(), m_session->scene.window->contentItem());
-        QCOMPARE(m_session->Send(QStringLiteral("typetext"), {{"text", "x"}}),
-                 Failed(QStringLiteral("no item has the keyboard focus in the window typingWindow")));
+        QVERIFY(Interaction::SameReply(m_session->Send(QStringLiteral("typetext"), {{"text", "x"}}),
+                 Failed(QStringLiteral("no item has the keyboard focus in the window typingWindow"))));
     }
 
     void outsideExtensionModeTheWordIsUnknown()
@@ -94,7 +94,7 @@ private slots:
         Session plain(QStringLiteral("typing.qml"), false);
         QVERIFY(plain.Ready());
         const QJsonObject refused{{"result", false}};
-        QCOMPARE(plain.Send(QStringLiteral("typetext"), {{"text", "x"}}), refused);
+        QVERIFY(Interaction::SameReply(plain.Send(QStringLiteral("typetext"), {{"text", "x"}}), refused));
     }
 
 private:
