@@ -155,11 +155,12 @@ bool UIRemoteControl::CheckActionable(const ArgumentMap &args, QQuickItem *item,
         return fail(QStringLiteral("the window %1 is not exposed").arg(Label(window)));
     if (!item->isVisible() || EffectiveOpacity(item) <= 0.0)
         return fail(QStringLiteral("the item %1 is not visible").arg(Label(item)));
-    if (!item->isEnabled())
+    // A MouseArea's own "enabled" shadows the item's.
+    if (!item->isEnabled() || !item->property("enabled").toBool())
         return fail(QStringLiteral("the item %1 is not enabled").arg(Label(item)));
     if (item->width() <= 0.0 || item->height() <= 0.0)
         return fail(QStringLiteral("the item %1 has zero size").arg(Label(item)));
-    if (!QRectF(0, 0, window->width(), window->height()).contains(scenePoint))
+    if (scenePoint.x() < 0 || scenePoint.y() < 0 || scenePoint.x() >= window->width() || scenePoint.y() >= window->height())
         return fail(QStringLiteral("the point %1 is outside the window %2 (%3x%4)")
                         .arg(PointText(scenePoint), Label(window))
                         .arg(window->width())

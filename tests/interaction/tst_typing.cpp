@@ -91,6 +91,7 @@ private slots:
 
     void outsideExtensionModeTheWordIsUnknown()
     {
+        m_session.reset(); // its windows have the same names
         Session plain(QStringLiteral("typing.qml"), false);
         QVERIFY(plain.Ready());
         const QJsonObject refused{{"result", false}};
