@@ -3,7 +3,7 @@
 set -e
 PACKAGES="build-essential cmake qtbase5-dev qtdeclarative5-dev qml-module-qtquick2 \
 qml-module-qtquick-window2 qml-module-qtqml-models2 qml-module-qtquick-controls2 \
-qml-module-qttest python3 python3-pytest clang libclang-rt-14-dev"
+qml-module-qttest qtquickcontrols2-5-examples qml-module-qt-labs-settings qml-module-qtquick-layouts python3 python3-pytest clang libclang-rt-14-dev"
 missing=""
 for p in $PACKAGES; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing="$missing $p"
