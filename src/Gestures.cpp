@@ -61,7 +61,12 @@ bool ItemPoint(const QVariant &value, const QQuickItem *item, QPointF *point)
     return false;
 }
 
-bool Finite(const QPointF &point) { return std::isfinite(point.x()) && std::isfinite(point.y()); }
+// Points far beyond any screen are refused: their window positions could not be made integers.
+bool Finite(const QPointF &point)
+{
+    const qreal limit = 1e6;
+    return std::isfinite(point.x()) && std::isfinite(point.y()) && qAbs(point.x()) <= limit && qAbs(point.y()) <= limit;
+}
 
 } // namespace
 

@@ -13,6 +13,8 @@
 
 namespace {
 
+const int kMaxCharacters = 100000;
+
 // The characters of a text as they are typed: code points, so that a surrogate pair (an emoji, a
 // rare CJK character) is one key, and a combining accent is a key of its own as on a keyboard.
 QStringList Characters(const QString &text)
@@ -36,6 +38,11 @@ bool UIRemoteControl::DoTypeText(const ArgumentMap &args, QVariant &)
     const QVariant textValue = args.value(QStringLiteral("text"));
     if (textValue.userType() != QMetaType::QString) {
         SetFailureReason(QStringLiteral("typetext needs a \"text\" string"));
+        return false;
+    }
+    // About two minutes of typing: longer texts would hold the queue for every client too long.
+    if (textValue.toString().size() > kMaxCharacters) {
+        SetFailureReason(QStringLiteral("typetext types at most %1 characters at a time").arg(kMaxCharacters));
         return false;
     }
     QWindow *window = nullptr;

@@ -139,6 +139,7 @@ private slots:
         QTest::newRow("short list") << QVariantMap{{"objname", "flick"}, {"from", QVariantList{1}}, {"to", "top"}} << points;
         QTest::newRow("zero steps") << QVariantMap{{"objname", "flick"}, {"from", "bottom"}, {"to", "top"}, {"steps", 0}} << limits;
         QTest::newRow("negative duration") << QVariantMap{{"objname", "flick"}, {"from", "bottom"}, {"to", "top"}, {"duration", -1}} << limits;
+        QTest::newRow("to far away") << QVariantMap{{"objname", "flick"}, {"from", "bottom"}, {"to", QVariantList{1e300, 0}}} << points;
         QTest::newRow("from outside the window")
             << QVariantMap{{"objname", "flick"}, {"from", QVariantList{10, 900}}, {"to", "top"}}
             << QStringLiteral("the point (10, 900) is outside the window gestureWindow (640x400)");

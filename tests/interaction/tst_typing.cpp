@@ -62,6 +62,8 @@ private slots:
         QTest::newRow("no text") << QVariantMap{{"winobjname", "typingWindow"}}
                                  << QStringLiteral("typetext needs a \"text\" string");
         QTest::newRow("text not a string") << QVariantMap{{"text", 42}} << QStringLiteral("typetext needs a \"text\" string");
+        QTest::newRow("text too long") << QVariantMap{{"text", QString(100001, QLatin1Char('x'))}}
+                                       << QStringLiteral("typetext types at most 100000 characters at a time");
         QTest::newRow("unknown window") << QVariantMap{{"winobjname", "nope"}, {"text", "x"}}
                                         << QStringLiteral("no window is named \"nope\"");
         QTest::newRow("window not exposed") << QVariantMap{{"winobjname", "hiddenWindow"}, {"text", "x"}}
