@@ -7,6 +7,14 @@
 UIRemoteControl::ExtensionHandler UIRemoteControl::FindExtension(const QString &word)
 {
     static const QHash<QString, ExtensionHandler> handlers = {
+        {QStringLiteral("typetext"), &UIRemoteControl::DoTypeText},
+        {QStringLiteral("wheel"), &UIRemoteControl::DoWheel},
+        {QStringLiteral("swipe"), &UIRemoteControl::DoSwipe},
+        {QStringLiteral("spy"), &UIRemoteControl::DoSpy},
+        {QStringLiteral("spycount"), &UIRemoteControl::DoSpyCount},
+        {QStringLiteral("waitspy"), &UIRemoteControl::DoWaitSpy},
+        {QStringLiteral("waitprop"), &UIRemoteControl::DoWaitProp},
+        {QStringLiteral("waitidle"), &UIRemoteControl::DoWaitIdle},
     };
     return handlers.value(word, nullptr);
 }

@@ -3,7 +3,10 @@
 
 #include "InputInjector.h"
 
+#include <QElapsedTimer>
 #include <QGuiApplication>
+#include <QPointer>
+#include <QWheelEvent>
 #include <QWindow>
 #include <QtTest/qtestkeyboard.h>
 #include <QtTest/qtestmouse.h>
@@ -143,6 +146,84 @@ void SendKeyClick(QWindow *window, int key, const QString &text, Qt::KeyboardMod
         send(false, Qt::Key_Control, shiftControl, QString());
     if (modifier & Qt::ShiftModifier)
         send(false, Qt::Key_Shift, shift, QString());
+}
+
+namespace {
+
+// The key code a keyboard gives for a character: the control keys by name, else the character's
+// upper-case code point (Qt::Key_A for "a", Qt::Key_Eacute for "é", the code point itself for
+// characters without case).
+int KeyForCharacter(uint ucs4)
+{
+    switch (ucs4) {
+    case '\n': case '\r': return Qt::Key_Return;
+    case '\t': return Qt::Key_Tab;
+    case '\b': return Qt::Key_Backspace;
+    case 0x1b: return Qt::Key_Escape;
+    case 0x7f: return Qt::Key_Delete;
+    default: return int(QChar::toUpper(ucs4));
+    }
+}
+
+} // namespace
+
+void SendCharacter(QWindow *window, const QString &character)
+{
+    const QVector<uint> codes = character.toUcs4();
+    const int key = codes.isEmpty() ? 0 : KeyForCharacter(codes.first());
+    const QPointer<QWindow> guard(window);
+    for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease}) {
+        if (!guard)
+            return;
+        qt_handleKeyEvent(guard, type, key, Qt::NoModifier, character, false, 1);
+        qApp->processEvents();
+    }
+}
+
+void SendWheel(QWindow *window, QPointF pos, QPoint angleDelta, QPoint pixelDelta, Qt::KeyboardModifiers modifiers)
+{
+    modifiers &= static_cast<unsigned int>(Qt::KeyboardModifierMask);
+    const QPointF global = window->mapToGlobal(pos.toPoint()) + (pos - QPointF(pos.toPoint()));
+    QWheelEvent event(pos, global, pixelDelta, angleDelta, QTestPrivate::qtestMouseButtons, modifiers,
+                      Qt::NoScrollPhase, false, Qt::MouseEventNotSynthesized);
+    event.setTimestamp(ulong(++QTest::lastMouseTimestamp));
+    QGuiApplication::sendEvent(window, &event);
+    qApp->processEvents();
+}
+
+void SendSwipe(QWindow *window, Qt::MouseButton button, QPointF from, QPointF to, int steps, int durationMs)
+{
+    steps = qMax(1, steps);
+    durationMs = qMax(0, durationMs);
+    const QPointer<QWindow> guard(window);
+    Qt::MouseButtons &buttons = QTestPrivate::qtestMouseButtons;
+    const auto send = [&guard, &buttons](QEvent::Type type, Qt::MouseButton which, const QPointF &pos, int stamp) {
+        if (!guard)
+            return;
+        const QPointF global = guard->mapToGlobal(pos.toPoint()) + (pos - QPointF(pos.toPoint()));
+        qt_handleMouseEvent(guard, pos, global, buttons, which, type, Qt::NoModifier, stamp);
+        qApp->processEvents();
+    };
+
+    const int start = ++QTest::lastMouseTimestamp;
+    buttons.setFlag(button, true);
+    send(QEvent::MouseButtonPress, button, from, start);
+    QTest::lastMouseButton = button;
+    QElapsedTimer clock;
+    clock.start();
+    for (int i = 1; i <= steps; ++i) {
+        const qreal share = qreal(i) / steps;
+        const int due = qRound(durationMs * share);
+        if (clock.elapsed() < due)
+            QTest::qWait(int(due - clock.elapsed()));
+        // At least one unit apart, so that no two moves share a time stamp.
+        send(QEvent::MouseMove, Qt::NoButton, from + (to - from) * share, start + qMax(due, i));
+    }
+    const int end = start + qMax(durationMs, steps) + 1;
+    buttons.setFlag(button, false);
+    send(QEvent::MouseButtonRelease, button, to, end);
+    QTest::lastMouseTimestamp = end + QTest::mouseDoubleClickInterval; // no accidental double clicks
+    QTest::lastMouseButton = Qt::NoButton;
 }
 
 } // namespace InputInjector

@@ -121,6 +121,9 @@ bool UIRemoteControl::DoClick(const ArgumentMap &args, bool doubleClick)
     else if (word == QLatin1String("mid"))
         button = Qt::MiddleButton;
     const auto modifiers = Qt::KeyboardModifiers(args.value(QStringLiteral("keyboardModifier")).toInt());
+    if (WantsActionable(args) &&
+        !CheckActionable(args, item, window, usePoint ? ToScene(item, point) : SceneCentre(item), button))
+        return false;
     ClickItem(item, window, button, doubleClick, usePoint, point.x(), point.y(), modifiers);
     return true;
 }
@@ -131,6 +134,10 @@ bool UIRemoteControl::DoHover(const ArgumentMap &args)
     QWindow *window = nullptr;
     QQuickItem *item = nullptr;
     if (!FindWindowAndQuickItem(args, QStringLiteral("UIRemoteControl::DoHover"), &window, &item))
+        return false;
+    if (WantsActionable(args) &&
+        !CheckActionable(args, item, window, HasPoint(args) ? ToScene(item, ArgPoint(args, "x", "y")) : SceneCentre(item),
+                         Qt::NoButton))
         return false;
     if (HasPoint(args)) {
         const QPoint point = ArgPoint(args, "x", "y");
@@ -150,6 +157,10 @@ bool UIRemoteControl::DoDrag(const ArgumentMap &args)
         return false;
     const bool fromTo = args.contains(QStringLiteral("from_x")) && args.contains(QStringLiteral("from_y")) &&
                         args.contains(QStringLiteral("to_x")) && args.contains(QStringLiteral("to_y"));
+    if (WantsActionable(args) &&
+        !CheckActionable(args, item, window, ToScene(item, fromTo ? ArgPoint(args, "from_x", "from_y") : IntegerCentre(item)),
+                         Qt::LeftButton))
+        return false;
     if (fromTo)
         DragItem(item, window, ArgPoint(args, "from_x", "from_y"), ArgPoint(args, "to_x", "to_y"));
     else
@@ -165,6 +176,9 @@ bool UIRemoteControl::DoDrop(const ArgumentMap &args)
     if (!FindWindowAndQuickItem(args, QStringLiteral("UIRemoteControl::DoDrop"), &window, &item))
         return false;
     const QPoint point = PointOrIntegerCentre(args, item);
+    // A release goes to whatever holds the press: only the item and the point are checked.
+    if (WantsActionable(args) && !CheckActionable(args, item, window, ToScene(item, point), Qt::LeftButton, false))
+        return false;
     DropItem(item, window, point.x(), point.y());
     return true;
 }
@@ -177,6 +191,8 @@ bool UIRemoteControl::DoPress(const ArgumentMap &args)
     if (!FindWindowAndQuickItem(args, QStringLiteral("UIRemoteControl::DoPress"), &window, &item))
         return false;
     const QPoint point = PointOrIntegerCentre(args, item);
+    if (WantsActionable(args) && !CheckActionable(args, item, window, ToScene(item, point), Qt::LeftButton))
+        return false;
     PressItem(item, window, point.x(), point.y());
     return true;
 }

@@ -26,6 +26,7 @@
 #include <memory>
 
 class QQmlContext;
+class QPointF;
 class QQuickItem;
 class QTcpSocket;
 class QWindow;
@@ -131,6 +132,28 @@ protected:
     void ExtractExtensionWord(const QVariant &request, ParsedMessageInfo &info) const;
     void SetFailureReason(const QString &reason) const;
 
+    // Typing, gestures and actionability (TextInput.cpp, Gestures.cpp, Actionability.cpp). The
+    // target of a new pointer word is resolved by ResolveActionTarget: the item, and the named
+    // window (which must exist) or else the item's own. CheckActionable tells whether a person
+    // could act on the item at a scene point with a button (Qt::NoButton: hover or wheel); only
+    // when WantsActionable do the twenty pointer controls ask it.
+    bool DoTypeText(const ArgumentMap &args, QVariant &value);
+    bool DoWheel(const ArgumentMap &args, QVariant &value);
+    bool DoSwipe(const ArgumentMap &args, QVariant &value);
+    bool ResolveActionTarget(const ArgumentMap &args, QWindow **window, QQuickItem **item) const;
+    bool WantsActionable(const ArgumentMap &args) const;
+    bool CheckActionable(const ArgumentMap &args, QQuickItem *item, QWindow *window, const QPointF &scenePoint,
+                         Qt::MouseButton button, bool hitTest = true) const;
+
+    // Signal spies and waits that do not poll (SignalSpies.cpp, Waits.cpp). Spies live until this
+    // object is destroyed.
+    bool DoSpy(const ArgumentMap &args, QVariant &value);
+    bool DoSpyCount(const ArgumentMap &args, QVariant &value);
+    bool DoWaitSpy(const ArgumentMap &args, QVariant &value);
+    bool DoWaitProp(const ArgumentMap &args, QVariant &value);
+    bool DoWaitIdle(const ArgumentMap &args, QVariant &value);
+    QObject *FindWaitTarget(const ArgumentMap &args) const;
+
     // Dispatch.
     void DoControl(const ParsedMessageInfo &info, QPointer<QTcpSocket> socket);
     bool Action(const ParsedMessageInfo &info, QVariant &value);
@@ -163,6 +186,9 @@ private slots:
 
 private:
     QObject *PluginObject(const QString &name) const;
+
+    struct SpyTable;
+    std::shared_ptr<SpyTable> m_spies;
 
     bool m_busy = false;
     bool m_extensions = qEnvironmentVariableIntValue("UIREMOTE_EXTENSIONS") == 1;

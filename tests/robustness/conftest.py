@@ -81,7 +81,10 @@ class Connection:
         while len(got) < count:
             reply = self.reader.pop()
             if reply is not None:
-                got.append(reply)
+                # uiremote-host runs in extension mode: a false reply also gives its reason. These
+                # suites check the wire behaviour of the twenty controls, which is the same without.
+                raw = {key: value for key, value in reply.raw.items() if key != "error"}
+                got.append(Reply(reply.result, reply.value, raw=raw))
                 continue
             if not self._read_some(deadline):
                 raise NoReply("%d of %d replies within %.1f s%s: %r"

@@ -120,6 +120,7 @@ int RunHost(int argc, char *argv[], const std::function<void(QQmlApplicationEngi
     bool portOk = false;
     const int port = parser.value(portOption).toInt(&portOk);
     HostRemoteControl remote(root, engine.rootContext(), portOk ? port : -1, window, parser.isSet(idsOption));
+    remote.setExtensionsEnabled(true);
     if (!remote.IsListening()) {
         std::fprintf(stderr, "uiremote-host: cannot listen on port %s\n", qPrintable(parser.value(portOption)));
         return 1;

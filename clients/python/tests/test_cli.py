@@ -136,7 +136,7 @@ def test_send_raw_json(scene, client_env):
                '{"getpro": {"objname": "main.props", "property": "count"}}')
     assert replies(done.stdout) == [{"result": True}, {"result": True, "value": 4}]
     done = run(client_env, scene.port, "send", '[1, 2]')
-    assert done.returncode == 1 and replies(done.stdout) == [{"result": False}]
+    assert done.returncode == 1 and replies(done.stdout) == [{"result": False, "error": "the message is not a JSON object"}]
 
 
 def test_shell_reads_json_and_command_lines(scene, client_env):

@@ -61,19 +61,24 @@ def test_type_text(ui):
     assert prop(ui, "text") == "hello, world 42 -=[];'./`"
 
 
-def test_type_text_holds_shift_for_capitals_and_shifted_symbols(ui):
-    assert ui.type_text(WINDOW, "?") is True
+def test_type_text_types_any_text_exactly(ui):
+    assert ui.type_text(WINDOW, "Hello W\u00f6rld \u4f60\u597d!") is True
+    assert prop(ui, "text") == "Hello W\u00f6rld \u4f60\u597d!"
+
+
+def test_type_keys_holds_shift_for_capitals_and_shifted_symbols(ui):
+    assert ui.type_keys(WINDOW, "?") is True
     assert prop(ui, "text") == "?"
     assert prop(ui, "lastModifiers") == Modifier.SHIFT
-    assert ui.type_text(WINDOW, "Q") is True
+    assert ui.type_keys(WINDOW, "Q") is True
     assert prop(ui, "lastKey") == Key.Q
     assert prop(ui, "lastModifiers") == Modifier.SHIFT
     assert prop(ui, "keys") == [Key.SHIFT, Key.QUESTION, Key.SHIFT, Key.Q]
 
 
-def test_type_text_rejects_untypable_text_before_typing(ui):
+def test_type_keys_rejects_untypable_text_before_typing(ui):
     with pytest.raises(ValueError):
-        ui.type_text(WINDOW, "ok \u00e9")
+        ui.type_keys(WINDOW, "ok \u00e9")
     assert prop(ui, "text") == ""
 
 

@@ -64,7 +64,8 @@ def test_several_replies_decoded_from_one_read(scene, ui):
                      b'{"getpro":{"objname":"main.nothing","property":"count"}}'
                      b'{"invoke":{"objname":"main.props","method":"bump"}}')
         # Once another client sees the bump, all three replies have been written to the socket.
-        assert ui.wait_for_property("main.props", "count", 4, timeout=10.0)
+        # Read again and again: a server-side wait would hold the queue, and with it the bump.
+        assert ui.wait_for_property("main.props", "count", lambda count: count == 4, timeout=10.0)
         replies, reads, pending = read_replies(sock, 3)
     assert replies == [Reply(True, 3), Reply(False), Reply(True)]
     assert reads == 1

@@ -10,7 +10,7 @@
 """
 
 from . import qt
-from .client import CONTROL_TYPES, DEFAULT_PORT, Client, Reply, ReplyReader, encode_request
+from .client import CONTROL_TYPES, DEFAULT_PORT, EXTENSION_TYPES, Client, Reply, ReplyReader, encode_request
 from .errors import (
     UIRemoteAppError,
     UIRemoteCommandFailed,
@@ -25,6 +25,7 @@ __version__ = "0.1.0"
 
 __all__ = [
     "CONTROL_TYPES",
+    "EXTENSION_TYPES",
     "DEFAULT_PORT",
     "Client",
     "Reply",

@@ -27,7 +27,7 @@ from .errors import (
     UIRemoteTimeout,
 )
 
-__all__ = ["DEFAULT_PORT", "CONTROL_TYPES", "Client", "Reply", "ReplyReader", "encode_request"]
+__all__ = ["DEFAULT_PORT", "CONTROL_TYPES", "EXTENSION_TYPES", "Client", "Reply", "ReplyReader", "encode_request"]
 
 DEFAULT_PORT = 34541
 
@@ -54,6 +54,21 @@ CONTROL_TYPES = (
     "setpro",
     "waitsignal",
 )
+
+#: The control words of extension mode (on in uiremote-host, off by default in an application).
+EXTENSION_TYPES = (
+    "spy",
+    "spycount",
+    "swipe",
+    "typetext",
+    "waitidle",
+    "waitprop",
+    "waitspy",
+    "wheel",
+)
+
+# Extension words that wait, with their default time-out in milliseconds.
+_WAIT_DEFAULT_MS = {"waitspy": 5000, "waitprop": 5000, "waitidle": 5000}
 
 _RECV_SIZE = 65536
 
@@ -243,7 +258,7 @@ def expected_duration(request):
         return 0.0
     delay = 0
     for key in sorted(request):
-        if key in CONTROL_TYPES:
+        if key in CONTROL_TYPES or key in EXTENSION_TYPES:
             continue
         value = _positive_int(request[key])
         if value > 0:
@@ -252,6 +267,10 @@ def expected_duration(request):
     args = request.get("waitsignal")
     if isinstance(args, dict):
         wait = max(0, _positive_int(args.get("timeout")))
+    for word, default in _WAIT_DEFAULT_MS.items():
+        args = request.get(word)
+        if isinstance(args, dict):
+            wait = max(wait, _positive_int(args.get("timeout", default)))
     return (delay + wait) / 1000.0
 
 
@@ -298,11 +317,14 @@ class Client:
     without "y" clicks the centre).
     """
 
-    def __init__(self, host="127.0.0.1", port=DEFAULT_PORT, timeout=10.0, *, window=None):
+    def __init__(self, host="127.0.0.1", port=DEFAULT_PORT, timeout=10.0, *, window=None, actionable=True):
         self.host = host
         self.port = int(port)
         self.timeout = float(timeout)
         self.window = window
+        #: Pointer actions first check that a person could act on the item (visible, enabled,
+        #: inside the window, not covered); an application without extension mode ignores it.
+        self.actionable = actionable
         self._sock = None
         self._reader = ReplyReader()
         self._lock = threading.RLock()
@@ -453,8 +475,12 @@ class Client:
                     raise
             return replies
 
+    _POINTER_WORDS = ("click", "dbclick", "hover", "press", "drag", "drop")
+
     def _control(self, word, args, delay=None, timeout=None):
         request = {word: _drop_none(args)}
+        if word in self._POINTER_WORDS and self.actionable and "actionable" not in request[word]:
+            request[word]["actionable"] = True
         if delay is not None:
             request["delay"] = int(delay)
         return self.send(request, timeout=timeout)
@@ -657,9 +683,21 @@ class Client:
         return bool(self.get_property(path, "objectName", parent=parent))
 
     def wait_for_property(self, path, name, expected, timeout=5.0, interval=0.05, parent=None):
-        """Polls a property until it equals ``expected`` (or, if ``expected`` is callable, until
-        ``expected(value)`` is true).  Returns True on success, False when ``timeout`` seconds
-        have passed."""
+        """Waits until a property equals ``expected``.  Returns True on success, False when
+        ``timeout`` seconds have passed.
+
+        The application waits itself ("waitprop", woken by the property's change signal), so no
+        change is missed.  When ``expected`` is callable (``expected(value)`` must become true),
+        or the application has no extension mode, the property is read every ``interval``.
+        """
+        if not callable(expected):
+            data = self._target(path, parent)
+            data.update(property=name, timeout=int(timeout * 1000))
+            request = {"waitprop": _drop_none(data)}
+            request["waitprop"]["value"] = expected
+            reply = self.send(request)
+            if reply.result or "error" in reply.raw:
+                return bool(reply.result)
         deadline = time.monotonic() + timeout
         while True:
             reply = self.get_property(path, name, parent=parent)
@@ -672,19 +710,77 @@ class Client:
                 return False
             time.sleep(min(interval, remaining))
 
-    def type_text(self, window=None, text=""):
-        """Types ``text`` key by key into a window: letters, digits, ASCII punctuation, space,
-        newline (Return) and tab.  Upper-case letters and shifted punctuation hold Shift.
-        Returns True when every key click succeeded (stops at the first failure).
+    def type_text(self, window=None, text="", *, path=None, parent=None):
+        """Types ``text`` exactly as given, any Unicode text, one key press per character with
+        that character as its text, into the focused item of ``window`` (extension mode).  With
+        ``path`` the item is clicked first to take the focus.  Returns True on success."""
+        data = {"winobjname": self._window(window) if path is None else window, "text": str(text)}
+        if path is not None:
+            data.update(self._target(path, parent))
+        return bool(self._control("typetext", data))
 
-        The event text of each key is derived by the application from the key code, so a
-        letter typed with Shift still carries its lower-case text.
-        """
+    def type_keys(self, window=None, text=""):
+        """Types ``text`` with "keyclick", key by key: letters, digits, ASCII punctuation, space,
+        newline (Return) and tab.  Upper-case letters and shifted punctuation hold Shift; the
+        event text comes from the key code, so a letter typed with Shift still carries its
+        lower-case text.  Works without extension mode.  Returns True when every key click
+        succeeded (stops at the first failure)."""
         keys = [qt.key_for_char(char) for char in text]  # reject untypable text before typing
         for code, mods in keys:
             if not self.key_click(window, code, mods or None):
                 return False
         return True
+
+    # -- gestures, spies and waits (extension mode) -----------------------------------------
+
+    def wheel(self, path, dy=0, dx=0, window=None, x=None, y=None, modifiers=None, parent=None):
+        """Turns the mouse wheel over an item by ``dy``/``dx`` degrees (15 per notch; positive
+        ``dy`` turns it away from the user, scrolling back up)."""
+        data = self._target(path, parent)
+        data.update(winobjname=window, x=x, y=y, dx=dx, dy=dy,
+                    keyboardModifier=None if modifiers is None else qt.parse_modifiers(modifiers))
+        return self._control("wheel", data)
+
+    def swipe(self, path, start="center", end="left", window=None, steps=None, duration=None, button=None,
+              parent=None):
+        """Presses at ``start``, moves in ``steps`` timed steps over ``duration`` ms to ``end``
+        and releases.  Points are item-local (x, y) pairs or places: "center", "left", "right",
+        "top", "bottom", "topleft", "topright", "bottomleft", "bottomright"."""
+        data = self._target(path, parent)
+        data.update(winobjname=window, steps=steps, duration=duration,
+                    button=None if button is None else qt.button_word(button))
+        data["from"] = start if isinstance(start, str) else list(_point(start, "start"))
+        data["to"] = end if isinstance(end, str) else list(_point(end, "end"))
+        return self._control("swipe", data)
+
+    def spy(self, path, signal, parent=None):
+        """Arms a spy on a signal ("clicked" or "clicked()"); the reply's ``value`` is its id."""
+        data = self._target(path, parent)
+        data["signal"] = signal
+        return self._control("spy", data)
+
+    def spy_count(self, spy_id):
+        """How often a spy's signal fired: ``value`` is {"count": n, "args": [[...], ...]}."""
+        return self._control("spycount", {"id": int(spy_id)})
+
+    def wait_spy(self, spy_id, count=1, timeout=5.0):
+        """Waits until a spy has seen ``count`` emissions in all; ``value`` is the count."""
+        return self._control("waitspy", {"id": int(spy_id), "count": int(count), "timeout": int(timeout * 1000)})
+
+    def expect_signal(self, path, signal, count=1, timeout=5.0, parent=None):
+        """A ``with`` block that must make ``path`` emit ``signal`` (``count`` times)::
+
+            with app.expect_signal("page.button", "clicked()"):
+                app.click("page.button")
+
+        The spy is armed before the block runs, so the signal cannot be missed; leaving the
+        block waits for it and raises :class:`UIRemoteCommandFailed` when it does not come."""
+        return _ExpectSignal(self, path, signal, count, timeout, parent)
+
+    def wait_idle(self, window=None, timeout=5.0):
+        """Waits until nothing moves in a window any more (no animation, transition, flick or
+        stack-view change) and a frame has been rendered since."""
+        return self._control("waitidle", {"winobjname": window, "timeout": int(timeout * 1000)})
 
     def drag_and_drop(self, path, from_xy, to_xy, window=None, parent=None):
         """Drags from ``from_xy`` to ``to_xy`` (item-local) and drops there.  True on success."""
@@ -694,11 +790,34 @@ class Client:
         return bool(self.drop(path, window, x=end[0], y=end[1], parent=parent))
 
 
+class _ExpectSignal:
+    """The spy of :meth:`Client.expect_signal`; ``reply`` holds the wait's reply afterwards."""
+
+    def __init__(self, client, path, signal, count, timeout, parent):
+        self._client = client
+        self._args = (path, signal, parent)
+        self._count = count
+        self._timeout = timeout
+        self.spy_id = None
+        self.reply = None
+
+    def __enter__(self):
+        path, signal, parent = self._args
+        self.spy_id = self._client.spy(path, signal, parent=parent).check("spy on %s %s" % (path, signal)).value
+        return self
+
+    def __exit__(self, exc_type, *exc_info):
+        if exc_type is None:
+            self.reply = self._client.wait_spy(self.spy_id, self._count, self._timeout)
+            self.reply.check("waiting for %s %s" % self._args[:2])
+
+
 class _Batch(Client):
     """Records requests made through the control methods; sends them all on leaving ``with``."""
 
     def __init__(self, client, timeout):
-        super().__init__(client.host, client.port, client.timeout, window=client.window)
+        super().__init__(client.host, client.port, client.timeout, window=client.window,
+                         actionable=client.actionable)
         self._target_client = client
         self._batch_timeout = timeout
         self.requests = []
