@@ -32,7 +32,7 @@ trap 'exit 130' INT TERM
 if [ ! -f "$BUILD_DIR/CMakeCache.txt" ]; then
   cmake -S . -B "$BUILD_DIR" -DCMAKE_BUILD_TYPE=RelWithDebInfo || exit 1
 fi
-cmake --build "$BUILD_DIR" -j2 --target uiremote-host lookup_bench echo-floor bench-client scene-lookup || exit 1
+cmake --build "$BUILD_DIR" -j2 --target uiremote-host lookup_bench echo-floor bench-client scene-lookup tree_bench || exit 1
 
 # Starts a server that prints "listening on <port>"; sets SERVER_PID and SERVER_PORT.
 start_server() {
@@ -163,6 +163,9 @@ $(awk '/MemTotal/ {printf "%.1f GiB", $2 / 1048576}' /proc/meminfo) memory, $(un
   step "$BIN/bench-client" memory --host "$host_port" --host-pid "$host_pid" --floor "$FLOOR_PORT" \
     --floor-pid "$FLOOR_PID" --clients 100 --soak-clients 20 --soak-messages 500
   stop "$host_pid" "$FLOOR_PID"
+  echo
+  echo "== Live tree: 10,000 objects against a bare QObject::children() walk =="
+  "$BIN/tree_bench" 10000
   echo
   echo "load average at end: $(cut -d' ' -f1-3 /proc/loadavg)"
 }
