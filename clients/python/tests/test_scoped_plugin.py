@@ -40,7 +40,7 @@ def test_module_app_is_shared_and_failures_leave_artifacts(pytester, run_inner, 
             assert False, "on purpose"
     """ % str(CONTROLS)))
     artifacts = tmp_path / "artifacts"
-    result = run_inner("--uiremote-artifacts", str(artifacts))
+    result = run_inner("--uiremote-artifacts=%s" % artifacts)
     result.assert_outcomes(passed=1, failed=1)
     stem = "test_inner.py_test_second_fails"
     names = sorted(path.name for path in artifacts.iterdir())
@@ -55,4 +55,4 @@ def test_session_app_from_option(pytester, run_inner):
         def test_one(uiremote_session_app):
             assert uiremote_session_app.client.get_property("main.props", "label").value == "initial"
     """))
-    run_inner("--uiremote-qml", str(CONTROLS)).assert_outcomes(passed=1)
+    run_inner("--uiremote-qml=%s" % CONTROLS).assert_outcomes(passed=1)
