@@ -35,7 +35,7 @@ trap 'exit 130' INT TERM
 if [ ! -f "$BUILD_DIR/CMakeCache.txt" ]; then
   cmake -S . -B "$BUILD_DIR" -DCMAKE_BUILD_TYPE=RelWithDebInfo || exit 1
 fi
-cmake --build "$BUILD_DIR" -j2 --target uiremote-host lookup_bench echo-floor bench-client scene-lookup interaction-bench || exit 1
+cmake --build "$BUILD_DIR" -j2 --target uiremote-host lookup_bench echo-floor bench-client scene-lookup interaction-bench tree_bench || exit 1
 
 # Starts a server that prints "listening on <port>"; sets SERVER_PID and SERVER_PORT.
 start_server() {
@@ -173,6 +173,9 @@ $(awk '/MemTotal/ {printf "%.1f GiB", $2 / 1048576}' /proc/meminfo) memory, $(un
   start_host bench/scenes/typing.qml || exit 1
   step "$BIN/interaction-bench" --port "$HOST_PORT" --chars 4000 --chunk 200 --samples 2000 --block 50
   stop "$HOST_PID"
+  echo
+  echo "== Live tree: 10,000 objects against a bare QObject::children() walk =="
+  "$BIN/tree_bench" 10000
   echo
   echo "load average at end: $(cut -d' ' -f1-3 /proc/loadavg)"
 }

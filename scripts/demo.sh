@@ -21,6 +21,20 @@ until grep -q "listening on" "$OUT"; do
 done
 status=0
 /usr/bin/python3 examples/demo/demo.py "$PORT" || status=$?
+# Extension mode: the live tree and a screenshot, both taken over the wire.
+echo
+echo "the live tree over the wire (two levels: label [type] path):"
+PYTHONPATH=clients/python /usr/bin/python3 - "$PORT" "$BUILD_DIR/demo-wire.png" <<'PY' || status=1
+import sys
+from uiremote import Client
+with Client(port=int(sys.argv[1])) as app:
+    def show(node, depth=0):
+        print("  " * depth + "%s [%s] %s" % (node["label"], node["type"], node["path"] or "-"))
+        for child in node["children"]:
+            show(child, depth + 1)
+    show(app.tree(depth=2))
+    print("screenshot over the wire: %s" % app.save_screenshot(sys.argv[2]))
+PY
 kill -TERM $app
 wait $app || true
 echo

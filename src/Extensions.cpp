@@ -7,6 +7,9 @@
 UIRemoteControl::ExtensionHandler UIRemoteControl::FindExtension(const QString &word)
 {
     static const QHash<QString, ExtensionHandler> handlers = {
+        {QStringLiteral("tree"), &UIRemoteControl::DoTree},
+        {QStringLiteral("find"), &UIRemoteControl::DoFind},
+        {QStringLiteral("screenshot"), &UIRemoteControl::DoScreenshot},
         {QStringLiteral("typetext"), &UIRemoteControl::DoTypeText},
         {QStringLiteral("wheel"), &UIRemoteControl::DoWheel},
         {QStringLiteral("swipe"), &UIRemoteControl::DoSwipe},

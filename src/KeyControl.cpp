@@ -18,6 +18,7 @@ bool UIRemoteControl::DoKeyClick(const ArgumentMap &args)
     QWindow *window = FindQMLWindow(winName);
     if (!window) {
         RC_ERROR("%s, can not find window object %s", "UIRemoteControl::DoKeyClick", winName.toLocal8Bit().constData());
+        SetFailureReason(QStringLiteral("window '%1' not found").arg(winName));
         return false;
     }
     const char ascii = InputInjector::KeyToAsciiKnows(key) ? QTest::keyToAscii(Qt::Key(key)) : char(0);

@@ -14,6 +14,8 @@ bool UIRemoteControl::DoGetProperty(const ArgumentMap &args, QVariant &value)
     QObject *object = FindQMLObject(args);
     if (!object)
         return false;
+    if (m_extensions)
+        return ReadPropertyExtended(object, args, value);
     value = QQmlProperty::read(object, args.value(QStringLiteral("property")).toString());
     return value.isValid();
 }
@@ -23,6 +25,8 @@ bool UIRemoteControl::DoSetProperty(const ArgumentMap &args)
     QObject *object = FindQMLObject(args);
     if (!object)
         return false;
+    if (m_extensions)
+        return WritePropertyExtended(object, args);
     return QQmlProperty::write(object, args.value(QStringLiteral("property")).toString(),
                                args.value(QStringLiteral("propval")));
 }
@@ -35,11 +39,13 @@ bool UIRemoteControl::DoGetWindowName(const ArgumentMap &args, QVariant &value)
     auto *item = qobject_cast<QQuickItem *>(object);
     if (!item) {
         RC_ERROR("%s, the object is not a QQuickItem", "UIRemoteControl::DoGetWindowName");
+        SetFailureReason(QStringLiteral("%1 is not a visual item").arg(ArgumentsPath(args)));
         return false;
     }
     QQuickWindow *window = item->window();
     if (!window) {
         RC_ERROR("%s, the object has no QQuickWindow", "UIRemoteControl::DoGetWindowName");
+        SetFailureReason(QStringLiteral("%1 is in no window").arg(ArgumentsPath(args)));
         return false;
     }
     value = QVariant(window->objectName());
@@ -67,6 +73,8 @@ bool UIRemoteControl::DoInvokeMethod(const ArgumentMap &args)
     QObject *object = FindNamedQMLObject(args);
     if (!object)
         return false;
+    if (m_extensions)
+        return InvokeTyped(object, args, nullptr);
     return InvokeWithVariants(object, args, QGenericReturnArgument());
 }
 
@@ -75,6 +83,13 @@ bool UIRemoteControl::DoInvokeRetMethod(const ArgumentMap &args, QVariant &value
     QObject *object = FindNamedQMLObject(args);
     if (!object)
         return false;
+    if (m_extensions) {
+        QVariant returned;
+        if (!InvokeTyped(object, args, &returned))
+            return false;
+        value = ReplyValue(returned);
+        return true;
+    }
     QVariant returned;
     if (!InvokeWithVariants(object, args, QGenericReturnArgument("QVariant", &returned)))
         return false;

@@ -3,6 +3,7 @@
 #include "UIRemoteControl.h"
 
 #include "RouteStack.h"
+#include "Selector.h"
 #include "TraceLog.h"
 
 #include <QGuiApplication>
@@ -22,19 +23,36 @@ QObject *UIRemoteControl::FindNamedQMLObject(const ArgumentMap &args) const
     const QString parent = args.value(QStringLiteral("parobjname")).toString();
     const QString name = args.value(QStringLiteral("objname")).toString();
     const QString path = parent.isEmpty() ? name : parent + QLatin1Char('.') + name;
-    const QStringList names = path.split(QLatin1Char('.'), Qt::KeepEmptyParts, Qt::CaseSensitive);
+    // In extension mode a segment in braces is a selector; paths of names take the name search.
+    Selector::Path segments;
+    QString error;
+    if (m_extensions && !Selector::Parse(path, segments, &error)) {
+        RC_ERROR("%s, %s in %s", "UIRemoteControl::FindNamedQMLObject", error.toLocal8Bit().constData(),
+                 path.toLocal8Bit().constData());
+        SetFailureReason(QStringLiteral("%1 in %2").arg(error, path));
+        return nullptr;
+    }
     RouteStack route;
-    QObject *found = FindQMLObject(m_root, names, &route);
+    QObject *found = nullptr;
+    if (Selector::HasSelector(segments))
+        found = Selector::Find(m_root, segments, &route);
+    else
+        found = FindQMLObject(m_root, path.split(QLatin1Char('.'), Qt::KeepEmptyParts, Qt::CaseSensitive), &route);
     route.DumpSnapshots();
-    if (!found)
+    if (!found) {
         RC_ERROR("%s, can not find QObject %s", "UIRemoteControl::FindNamedQMLObject", path.toLocal8Bit().constData());
+        if (m_extensions)
+            SetFailureReason(NoMatchReason(path));
+    }
     return found;
 }
 
 QObject *UIRemoteControl::FindUnnamedQMLObject(const ArgumentMap &args) const
 {
     QVariant value;
-    if (!DoInvokeRetMethod(args, value)) {
+    // In extension mode replies show objects as {"type", "path"}; here the object itself counts.
+    QObject *owner = m_extensions ? FindNamedQMLObject(args) : nullptr;
+    if (m_extensions ? !owner || !InvokeTyped(owner, args, &value) : !DoInvokeRetMethod(args, value)) {
         RC_ERROR("%s, can not get unnamed QObject", "UIRemoteControl::FindUnnamedQMLObject");
         return nullptr;
     }
@@ -43,6 +61,7 @@ QObject *UIRemoteControl::FindUnnamedQMLObject(const ArgumentMap &args) const
     QObject *object = qobject_cast<QObject *>(qvariant_cast<QObject *>(value));
     if (!object) {
         RC_ERROR("%s, the object is not a QObject", "UIRemoteControl::FindUnnamedQMLObject");
+        SetFailureReason(QStringLiteral("method '%1' returned no object").arg(args.value(QStringLiteral("method")).toString()));
         return nullptr;
     }
     return object;
@@ -64,11 +83,16 @@ bool UIRemoteControl::FindWindowAndQuickItem(const ArgumentMap &args, const QStr
     QWindow *foundWindow = winName.isEmpty() ? nullptr : FindQMLWindow(winName);
     if (!foundWindow) {
         RC_ERROR("%s, can not find QWindow %s", caller.toLocal8Bit().constData(), winName.toLocal8Bit().constData());
+        SetFailureReason(winName.isEmpty() ? QStringLiteral("no window given (winobjname)")
+                                           : QStringLiteral("window '%1' not found").arg(winName));
         return false;
     }
-    auto *foundItem = qobject_cast<QQuickItem *>(FindQMLObject(args));
+    QObject *object = FindQMLObject(args);
+    auto *foundItem = qobject_cast<QQuickItem *>(object);
     if (!foundItem) {
         RC_ERROR("%s, can not find QQuickItem", caller.toLocal8Bit().constData());
+        if (object)
+            SetFailureReason(QStringLiteral("%1 is not a visual item").arg(ArgumentsPath(args)));
         return false;
     }
     *window = foundWindow;
@@ -76,3 +100,10 @@ bool UIRemoteControl::FindWindowAndQuickItem(const ArgumentMap &args, const QStr
     return true;
 }
 
+
+QString UIRemoteControl::ArgumentsPath(const ArgumentMap &args)
+{
+    const QString parent = args.value(QStringLiteral("parobjname")).toString();
+    const QString name = args.value(QStringLiteral("objname")).toString();
+    return parent.isEmpty() ? name : parent + QLatin1Char('.') + name;
+}

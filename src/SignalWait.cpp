@@ -18,6 +18,8 @@ bool UIRemoteControl::DoWaitSignal(const ArgumentMap &args)
         const QString name = args.value(QStringLiteral("objname")).toString();
         if (!name.isEmpty())
             object = qvariant_cast<QObject *>(m_context->contextProperty(name));
+        if (object)
+            m_failureReason.clear(); // found after all, as a context property
     }
     if (!object)
         return false;
@@ -30,8 +32,12 @@ bool UIRemoteControl::DoWaitSignal(const ArgumentMap &args)
     if (!spy.isValid()) {
         RC_ERROR("%s, the signal is not valid %s", "UIRemoteControl::DoWaitSignal",
                  transSignalName.toLocal8Bit().constData());
+        SetFailureReason(QStringLiteral("%1 has no signal '%2'").arg(ArgumentsPath(args), signal));
         return false;
     }
-    return spy.wait(timeout);
+    if (spy.wait(timeout))
+        return true;
+    SetFailureReason(QStringLiteral("no %1 from %2 within %3 ms").arg(signal, ArgumentsPath(args)).arg(timeout));
+    return false;
 }
 

@@ -174,6 +174,20 @@ protected:
     bool FindWindowAndQuickItem(const ArgumentMap &args, const QString &caller, QWindow **window,
                                 QQuickItem **item) const;
 
+    // Selectors, the live tree, "find", screenshots and the reasons of failed searches
+    // (extension mode).
+    bool DoTree(const ArgumentMap &args, QVariant &value);
+    bool DoFind(const ArgumentMap &args, QVariant &value);
+    bool DoScreenshot(const ArgumentMap &args, QVariant &value);
+    static QString ArgumentsPath(const ArgumentMap &args); // parobjname.objname
+    QString NoMatchReason(const QString &path) const;
+    // A property or return value as a reply holds it: objects become {"type": ..., "path": ...}.
+    QVariant ReplyValue(const QVariant &value) const;
+    // Property access and calls with attached and dotted properties and typed parameters.
+    bool ReadPropertyExtended(QObject *object, const ArgumentMap &args, QVariant &value);
+    bool WritePropertyExtended(QObject *object, const ArgumentMap &args);
+    bool InvokeTyped(QObject *object, const ArgumentMap &args, QVariant *value) const;
+
     // Host tree models.
     QObject *GetModel(const QString &pluginName, const QString &methodName);
     QVariant FindValueInModel(IKRVNTreeModel *model, QStringList rowPath, const QString &roleName);

@@ -1,5 +1,6 @@
 #include "Host.h"
 
+#include <LiveTree.h>
 #include <SceneTree.h>
 #include <UIRemoteControl.h>
 
@@ -27,6 +28,17 @@ void OnQuitSignal(int)
     [[maybe_unused]] ssize_t written = ::write(g_signalPipe[1], &byte, 1);
 }
 
+// One node of the live tree and its children, indented by depth.
+void PrintNode(QTextStream &out, const QVariantMap &node, int depth)
+{
+    const QVariant path = node.value(QStringLiteral("path"));
+    out << QString(depth * 2, QLatin1Char(' ')) << node.value(QStringLiteral("label")).toString() << "  ["
+        << node.value(QStringLiteral("type")).toString() << "]  "
+        << (path.toString().isEmpty() ? QStringLiteral("-") : path.toString()) << '\n';
+    for (const QVariant &child : node.value(QStringLiteral("children")).toList())
+        PrintNode(out, child.toMap(), depth + 1);
+}
+
 // The remote control, with the host's extras: ids as names before each message, and the tree dump.
 class HostRemoteControl : public UIRemoteControl {
 public:
@@ -42,16 +54,9 @@ public:
             SceneTree::NameFromIds(m_root);
     }
 
-    // Prints every object with its label, class and the shortest dotted path that finds it.
-    void DumpTree(QTextStream &out)
-    {
-        const QHash<QObject *, QString> paths = SceneTree::FindingPaths(m_root);
-        SceneTree::Walk(m_root, [&](QObject *object, int depth) {
-            out << QString(depth * 2, QLatin1Char(' ')) << GetObjectOrClassName(object) << "  ["
-                << object->metaObject()->className() << "]  " << paths.value(object, QStringLiteral("-")) << '\n';
-            return true;
-        });
-    }
+    // Prints the tree that the "tree" control replies: one line per object with its label, type
+    // and the path that finds it ("-" when none does).
+    void DumpTree(QTextStream &out) { PrintNode(out, LiveTree::Build(m_root, m_root), 0); }
 
 protected:
     void PickNextControl() override
@@ -121,6 +126,8 @@ int RunHost(int argc, char *argv[], const std::function<void(QQmlApplicationEngi
     const int port = parser.value(portOption).toInt(&portOk);
     HostRemoteControl remote(root, engine.rootContext(), portOk ? port : -1, window, parser.isSet(idsOption));
     remote.setExtensionsEnabled(true);
+    if (qgetenv("UIREMOTE_EXTENSIONS") == "0")
+        remote.setExtensionsEnabled(false); // the twenty controls' replies only, byte for byte
     if (!remote.IsListening()) {
         std::fprintf(stderr, "uiremote-host: cannot listen on port %s\n", qPrintable(parser.value(portOption)));
         return 1;

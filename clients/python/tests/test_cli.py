@@ -32,7 +32,8 @@ def test_exit_status_0_when_result_is_true(scene, client_env):
 def test_exit_status_1_when_result_is_false(scene, client_env):
     done = run(client_env, scene.port, "getpro", "main.nothing", "label")
     assert done.returncode == 1, done.stderr
-    assert replies(done.stdout) == [{"result": False}]
+    # uiremote-host runs in extension mode: a false reply says why.
+    assert replies(done.stdout) == [{"result": False, "error": "no object matches main.nothing; closest: main.button"}]
 
 
 def test_exit_status_2_when_the_application_is_unreachable(client_env):
@@ -136,7 +137,8 @@ def test_send_raw_json(scene, client_env):
                '{"getpro": {"objname": "main.props", "property": "count"}}')
     assert replies(done.stdout) == [{"result": True}, {"result": True, "value": 4}]
     done = run(client_env, scene.port, "send", '[1, 2]')
-    assert done.returncode == 1 and replies(done.stdout) == [{"result": False, "error": "the message is not a JSON object"}]
+    assert done.returncode == 1
+    assert replies(done.stdout) == [{"result": False, "error": "the message is not a JSON object"}]
 
 
 def test_shell_reads_json_and_command_lines(scene, client_env):
@@ -159,7 +161,7 @@ def test_shell_reads_json_and_command_lines(scene, client_env):
         {"result": True, "value": "initial"},
         {"result": True},
         {"result": True, "value": "new label"},
-        {"result": False},
+        {"result": False, "error": "no object matches main.nothing; closest: main.button"},
     ]
     assert "required" in done.stderr
 

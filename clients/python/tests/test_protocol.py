@@ -36,7 +36,8 @@ def test_raw_send_success_and_failure(ui):
     reply = ui.send({"getpro": {"objname": "main.props", "property": "label"}})
     assert reply == Reply(True, "initial")
     assert reply.to_json() == {"result": True, "value": "initial"}
-    assert ui.send({"getpro": {"objname": "main.props", "property": "missing"}}).to_json() == {"result": False}
+    assert ui.send({"getpro": {"objname": "main.props", "property": "missing"}}).to_json() == {
+        "result": False, "error": "main.props has no property 'missing'"}
 
 
 def test_rejected_messages_get_a_failed_reply(ui):

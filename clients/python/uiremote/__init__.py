@@ -20,6 +20,7 @@ from .errors import (
     UIRemoteTimeout,
 )
 from .qt import Button, Key, Modifier, MouseButton
+from .scene import path, selector, walk
 
 __version__ = "0.1.0"
 
@@ -36,6 +37,9 @@ __all__ = [
     "Key",
     "Modifier",
     "MouseButton",
+    "path",
+    "selector",
+    "walk",
     "UIRemoteError",
     "UIRemoteConnectionError",
     "UIRemoteTimeout",

@@ -16,6 +16,7 @@ import shlex
 import sys
 
 from . import qt
+from .scene_cli import add_commands as add_scene_commands
 from .client import DEFAULT_PORT, Client
 from .errors import UIRemoteError
 
@@ -225,6 +226,8 @@ def _add_commands(subparsers):
     p.add_argument("json", help='e.g. \'{"getpro": {"objname": "main", "property": "width"}}\'; '
                                 'text that is not request objects is sent as it is')
     p.set_defaults(run=lambda c, a: _send(c, a.json))
+
+    add_scene_commands(subparsers)
 
 
 class _TypeResult:

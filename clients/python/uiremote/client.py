@@ -20,6 +20,7 @@ from dataclasses import dataclass, field
 from typing import Any
 
 from . import qt
+from .scene import SceneMixin
 from .errors import (
     UIRemoteCommandFailed,
     UIRemoteConnectionError,
@@ -89,10 +90,19 @@ class Reply:
     def has_value(self):
         return "value" in self.raw
 
+    @property
+    def error(self):
+        """The reason the application gave for a failure (extension mode), else None."""
+        return self.raw.get("error")
+
     def check(self, what=None):
-        """Returns the reply itself, or raises :class:`UIRemoteCommandFailed` if it failed."""
+        """Returns the reply itself, or raises :class:`UIRemoteCommandFailed` (carrying the
+        application's reason, when it gave one) if it failed."""
         if not self.result:
-            raise UIRemoteCommandFailed("%s failed" % (what or "control"), reply=self)
+            message = "%s failed" % (what or "control")
+            if self.error:
+                message += ": %s" % self.error
+            raise UIRemoteCommandFailed(message, reply=self)
         return self
 
     def to_json(self):
@@ -304,7 +314,7 @@ def _drop_none(mapping):
     return {key: value for key, value in mapping.items() if value is not None}
 
 
-class Client:
+class Client(SceneMixin):
     """A connection to one application.
 
     ``Client(host, port, timeout)`` does not connect by itself: entering the ``with`` block,

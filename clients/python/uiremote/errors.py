@@ -34,6 +34,7 @@ class UIRemoteCommandFailed(UIRemoteError):
         super().__init__(message)
         self.reply = reply
         self.request = request
+        self.reason = reply.raw.get("error") if reply is not None and getattr(reply, "raw", None) else None
 
 
 class UIRemoteAppError(UIRemoteError):

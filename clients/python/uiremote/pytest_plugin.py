@@ -33,6 +33,14 @@ import pytest
 
 from .app import HOST_BANNER, Application, find_host, host_command
 from .errors import UIRemoteAppError
+from .pytest_scoped import (  # noqa: F401  (fixtures of this plugin)
+    APPS_USED,
+    _uiremote_scoped_apps,
+    default_window,
+    save_artifacts,
+    uiremote_module_app,
+    uiremote_session_app,
+)
 
 _APPS_KEY = pytest.StashKey()
 
@@ -46,6 +54,10 @@ def pytest_addoption(parser):
         metavar="PATH",
         help="uiremote-host executable (default: $UIREMOTE_HOST, then PATH).",
     )
+    group.addoption("--uiremote-qml", action="store", default=None, metavar="FILE",
+                    help="Scene of the session-scoped application (uiremote_session_app).")
+    group.addoption("--uiremote-artifacts", action="store", default=None, metavar="DIR",
+                    help="Where failing tests leave screenshot, tree and trace log.")
     group.addoption(
         "--uiremote-ready-timeout",
         action="store",
@@ -69,10 +81,14 @@ def pytest_runtest_makereport(item, call):
     report = outcome.get_result()
     if not report.failed:
         return
-    for app in item.stash.get(_APPS_KEY, []):
+    apps = list(item.stash.get(_APPS_KEY, [])) + list(item.stash.get(APPS_USED, []))
+    for app in apps:
         output = app.output
         title = "uiremote application output: %s" % app.describe()
         report.sections.append((title, output if output else "(no output)"))
+    if apps and call.when == "call":
+        saved = save_artifacts(item, apps)
+        report.sections.append(("uiremote artifacts", "\n".join(saved)))
 
 
 @pytest.fixture(scope="session")
@@ -151,4 +167,4 @@ def uiremote_client(uiremote_app, uiremote_qml):
     if isinstance(uiremote_qml, (str, os.PathLike)):
         uiremote_qml = (uiremote_qml,)
     app = uiremote_app(*uiremote_qml)
-    return app.client
+    return default_window(app).client

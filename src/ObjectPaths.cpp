@@ -1,0 +1,123 @@
+// Paths for all objects of a scene: name paths, else selector paths counted in search order.
+
+#include "ObjectPaths.h"
+
+#include "SceneTree.h"
+#include "SearchOrder.h"
+#include "Selector.h"
+
+#include <QObject>
+#include <QSet>
+#include <QVector>
+
+#include <algorithm>
+
+namespace ObjectPaths {
+
+namespace {
+
+// The selector search counts, for each segment, the matches met below the object that consumed
+// the segment before it. A frame is such an object (one with a name path, or the root when it
+// has none) with the matches per type met below it so far.
+struct Frame {
+    QString prefix; // "panel." or empty at the root
+    QHash<QString, int> counts;
+    QSet<QObject *> seen;
+};
+
+class Counter {
+public:
+    Counter(QObject *root) : m_paths(SceneTree::FindingPaths(root))
+    {
+        // A name path with a segment that reads as a selector ("{odd}") finds something else.
+        for (auto it = m_paths.begin(); it != m_paths.end();) {
+            Selector::Path segments;
+            if (!Selector::Parse(it.value(), segments) || Selector::HasSelector(segments))
+                it = m_paths.erase(it);
+            else
+                ++it;
+        }
+        m_frames.append(Frame()); // the root itself is the first candidate of a root selector
+        Visit(root);
+    }
+    QHash<QObject *, QString> Take() { return std::move(m_paths); }
+
+private:
+    void Visit(QObject *object)
+    {
+        const bool named = m_paths.contains(object) && !m_selected.contains(object);
+        const QStringList chain = Selector::TypeChain(object);
+        for (int f = 0; f < m_frames.size(); ++f) {
+            Frame &frame = m_frames[f];
+            if (frame.seen.contains(object))
+                continue;
+            frame.seen.insert(object);
+            for (const QString &type : chain) {
+                const int index = frame.counts[type]++;
+                if (f == m_frames.size() - 1 && type == chain.constFirst() && !m_paths.contains(object)) {
+                    Selector::Segment segment;
+                    segment.isSelector = true;
+                    segment.type = type;
+                    segment.index = index;
+                    m_paths.insert(object, frame.prefix + Selector::Format(segment));
+                    m_selected.insert(object);
+                }
+            }
+        }
+        if (named) {
+            Frame frame;
+            frame.prefix = m_paths.value(object) + QLatin1Char('.');
+            m_frames.append(frame);
+        }
+        for (QObject *child : SearchOrder::Children(object))
+            Visit(child);
+        if (named)
+            m_frames.removeLast();
+    }
+
+    QHash<QObject *, QString> m_paths;
+    QSet<QObject *> m_selected; // objects whose path is a selector path
+    QVector<Frame> m_frames;
+};
+
+int EditDistance(const QString &a, const QString &b)
+{
+    QVector<int> row(b.size() + 1);
+    for (int j = 0; j <= b.size(); ++j)
+        row[j] = j;
+    for (int i = 1; i <= a.size(); ++i) {
+        int diagonal = row[0];
+        row[0] = i;
+        for (int j = 1; j <= b.size(); ++j) {
+            const int above = row[j];
+            row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a.at(i - 1) == b.at(j - 1) ? 0 : 1)});
+            diagonal = above;
+        }
+    }
+    return row[b.size()];
+}
+
+} // namespace
+
+QHash<QObject *, QString> All(QObject *root)
+{
+    if (!root)
+        return {};
+    return Counter(root).Take();
+}
+
+QString Closest(const QStringList &candidates, const QString &path)
+{
+    QString best;
+    int bestDistance = -1;
+    for (const QString &candidate : candidates) {
+        const int distance = EditDistance(candidate, path);
+        if (bestDistance < 0 || distance < bestDistance) {
+            best = candidate;
+            bestDistance = distance;
+        }
+    }
+    return best;
+}
+
+} // namespace ObjectPaths
