@@ -69,7 +69,7 @@ private slots:
         QTest::newRow("window not exposed") << QVariantMap{{"winobjname", "hiddenWindow"}, {"text", "x"}}
                                             << QStringLiteral("the window hiddenWindow is not exposed");
         QTest::newRow("unknown item") << QVariantMap{{"objname", "nothing"}, {"text", "x"}}
-                                      << QStringLiteral("no visual item is found by \"nothing\"");
+                                      << QStringLiteral("no object matches nothing; closest: plain");
         QTest::newRow("item in hidden window") << QVariantMap{{"objname", "hiddenField"}, {"text", "x"}}
                                                << QStringLiteral("the window hiddenWindow is not exposed");
     }
