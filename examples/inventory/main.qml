@@ -12,7 +12,7 @@ ApplicationWindow {
     title: "Inventory"
 
     function addItem(name) {
-        items.append({ "name": name })
+        items.append({ "name": String(name) })
         return items.count
     }
 
@@ -37,6 +37,7 @@ ApplicationWindow {
             text: "Save"
             onClicked: { window.addItem(nameField.text); nameField.text = "" }
         }
+        Button { id: restockButton; text: "Restock later"; onClicked: restockTimer.start() }
         Button { id: clearButton; text: "Clear all"; onClicked: confirmPopup.open() }
         Label { id: statusLabel; text: "ready" }
     }
@@ -53,6 +54,8 @@ ApplicationWindow {
             onClicked: statusLabel.text = "picked " + model.name
         }
     }
+
+    Timer { id: restockTimer; interval: 200; onTriggered: stock.add(1) }
 
     Popup {
         id: confirmPopup

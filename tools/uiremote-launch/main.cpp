@@ -46,8 +46,9 @@ std::string FindProbe()
         return std::string();
     const std::string bin = Directory(std::string(self, static_cast<size_t>(length)));
     for (const std::string &candidate : {bin + "/" UIRC_LAUNCH_PROBE_RELATIVE, bin + "/../lib/libUIRemoteProbe.so"}) {
-        if (access(candidate.c_str(), R_OK) == 0)
-            return candidate;
+        char resolved[4096];
+        if (realpath(candidate.c_str(), resolved) && access(resolved, R_OK) == 0)
+            return resolved;
     }
     return std::string();
 }
