@@ -7,8 +7,8 @@
 // UIREMOTE_NAME_FROM_IDS=1, UIREMOTE_ROOT (objectName or id of the root to serve),
 // UIREMOTE_WAIT (seconds to wait for the scene, default 60).
 
-#include "IdNames.h"
-
+#include <IdNames.h>
+#include <SceneTree.h>
 #include <UIRemoteControl.h>
 
 #include <QCoreApplication>
@@ -49,6 +49,7 @@ public:
     ProbeRemoteControl(QObject *root, QQmlContext *context, int port, QWindow *window, bool nameFromIds)
         : UIRemoteControl(root, context, port, window), m_nameFromIds(nameFromIds)
     {
+        setExtensionsEnabled(true);
         if (m_nameFromIds)
             IdNames::Enable(root);
     }
@@ -79,7 +80,7 @@ QObject *RootOf(QQuickWindow *window)
 
 bool Matches(QObject *root, const QString &name)
 {
-    return name.isEmpty() || root->objectName() == name || IdNames::IdOf(root) == name;
+    return name.isEmpty() || root->objectName() == name || SceneTree::QmlId(root) == name;
 }
 
 class Probe : public QObject {

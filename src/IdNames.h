@@ -10,8 +10,6 @@
 
 #include "UIRemoteControlGlobal.h"
 
-#include <QString>
-
 class QObject;
 
 namespace IdNames {
@@ -21,8 +19,5 @@ UIREMOTECONTROL_EXPORT void Enable(QObject *root);
 
 // Names the objects created since the last call; nothing to do when there are none.
 UIREMOTECONTROL_EXPORT void NameNewObjects();
-
-// The QML id of object in its own or an enclosing context; empty when it has none.
-UIREMOTECONTROL_EXPORT QString IdOf(QObject *object);
 
 } // namespace IdNames

@@ -1,10 +1,10 @@
 #include "IdNames.h"
 
+#include "SceneTree.h"
+
 #include <QCoreApplication>
 #include <QMutex>
 #include <QPointer>
-#include <QQmlContext>
-#include <QQuickItem>
 #include <QSet>
 #include <QThread>
 #include <QVector>
@@ -72,43 +72,18 @@ void NameObject(QObject *object)
 {
     if (!object->objectName().isEmpty())
         return;
-    const QString id = IdNames::IdOf(object);
+    const QString id = SceneTree::QmlId(object);
     if (!id.isEmpty())
         object->setObjectName(id);
 }
 
-void NameTree(QObject *object, QSet<QObject *> &seen)
-{
-    if (!object || seen.contains(object))
-        return;
-    seen.insert(object);
-    NameObject(object);
-    for (QObject *child : object->children())
-        NameTree(child, seen);
-    if (auto *item = qobject_cast<QQuickItem *>(object)) {
-        for (QQuickItem *child : item->childItems())
-            NameTree(child, seen);
-    }
-}
-
 } // namespace
-
-QString IdNames::IdOf(QObject *object)
-{
-    for (QQmlContext *context = qmlContext(object); context; context = context->parentContext()) {
-        const QString id = context->nameForObject(object);
-        if (!id.isEmpty())
-            return id;
-    }
-    return QString();
-}
 
 void IdNames::Enable(QObject *root)
 {
     InstallHooks();
     NameNewObjects(); // what the hooks saw so far is named by the walk below anyway
-    QSet<QObject *> seen;
-    NameTree(root, seen);
+    SceneTree::NameFromIds(root);
 }
 
 void IdNames::NameNewObjects()
