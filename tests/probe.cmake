@@ -37,6 +37,7 @@ endfunction()
 
 uirc_add_probe_test(probe_launch test_launch.py)
 uirc_add_probe_test(probe_failures test_failures.py)
+uirc_add_probe_test(probe_token test_token.py)
 if(TARGET qt-gallery)
   uirc_add_probe_test(probe_gallery test_gallery.py "UIREMOTE_GALLERY=$<TARGET_FILE:qt-gallery>")
 endif()

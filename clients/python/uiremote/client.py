@@ -298,8 +298,9 @@ class Client:
     without "y" clicks the centre).
     """
 
-    def __init__(self, host="127.0.0.1", port=DEFAULT_PORT, timeout=10.0, *, window=None):
+    def __init__(self, host="127.0.0.1", port=DEFAULT_PORT, timeout=10.0, *, window=None, token=None):
         self.host = host
+        self.token = token
         self.port = int(port)
         self.timeout = float(timeout)
         self.window = window
@@ -339,7 +340,21 @@ class Client:
             sock.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
             self._sock = sock
             self._reader = ReplyReader()
+            if self.token is not None:
+                self._authenticate(limit)
             return self
+
+    def _authenticate(self, timeout):
+        """Presents the token: the first message of an application started with UIREMOTE_TOKEN."""
+        try:
+            reply = self._exchange(encode_request({"auth": {"token": str(self.token)}}), 1, timeout)[0]
+        except (UIRemoteConnectionError, UIRemoteTimeout) as error:
+            raise UIRemoteConnectionError(
+                "%s:%d refused the token (%s)" % (self.host, self.port, error)
+            ) from None
+        if not reply.result:
+            self.close()
+            raise UIRemoteConnectionError("%s:%d refused the token" % (self.host, self.port))
 
     def close(self):
         with self._lock:
