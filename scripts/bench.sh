@@ -35,7 +35,7 @@ trap 'exit 130' INT TERM
 if [ ! -f "$BUILD_DIR/CMakeCache.txt" ]; then
   cmake -S . -B "$BUILD_DIR" -DCMAKE_BUILD_TYPE=RelWithDebInfo || exit 1
 fi
-cmake --build "$BUILD_DIR" -j2 --target uiremote-host lookup_bench echo-floor bench-client scene-lookup || exit 1
+cmake --build "$BUILD_DIR" -j2 --target uiremote-host lookup_bench echo-floor bench-client scene-lookup ids-bench || exit 1
 
 # Starts a server that prints "listening on <port>"; sets SERVER_PID and SERVER_PORT.
 start_server() {
@@ -166,6 +166,13 @@ $(awk '/MemTotal/ {printf "%.1f GiB", $2 / 1048576}' /proc/meminfo) memory, $(un
   step "$BIN/bench-client" memory --host "$host_port" --host-pid "$host_pid" --floor "$FLOOR_PORT" \
     --floor-pid "$FLOOR_PID" --clients 100 --soak-clients 20 --soak-messages 500
   stop "$host_pid" "$FLOOR_PID"
+
+  echo
+  echo "== 5. Names from ids, per message, at 10,000 objects =="
+  step "$BIN/ids-bench" --objects 10000
+  echo "off = no naming; hooks = IdNames (objects named as created); walk = every object visited before"
+  echo "each message (uiremote-host --name-from-ids before IdNames). near: the target is found first;"
+  echo "far: the search visits all 10,000 objects before it. In-process, so no round trip in the figures."
   echo
   echo "load average at end: $(cut -d' ' -f1-3 /proc/loadavg)"
 }
