@@ -28,9 +28,30 @@ def inventory(launch):
     return app
 
 
-def test_launcher_prints_one_line_with_the_loopback_address(inventory):
+def listening_addresses(port):
+    """The local addresses of the sockets listening on ``port`` (from /proc/net/tcp and tcp6)."""
+    found = set()
+    for table in ("/proc/net/tcp", "/proc/net/tcp6"):
+        with open(table) as rows:
+            next(rows)
+            for row in rows:
+                fields = row.split()
+                address, hexport = fields[1].split(":")
+                if int(hexport, 16) == port and fields[3] == "0A":  # LISTEN
+                    found.add(address)
+    return found
+
+
+def test_launcher_prints_one_line_and_listens_on_loopback_only(inventory):
     lines = [line for line in inventory.output.splitlines() if line.startswith("uiremote:")]
     assert lines == ["uiremote: listening on 127.0.0.1:%d" % inventory.port]
+    assert listening_addresses(inventory.port) == {"0100007F"}  # 127.0.0.1
+
+
+def test_listen_option_opens_the_given_address(launch):
+    app = launch([program("UIREMOTE_INVENTORY")], ["--listen", "0.0.0.0"])
+    assert "uiremote: listening on 0.0.0.0:%d" % app.port in app.output
+    assert listening_addresses(app.port) == {"00000000"}
 
 
 def test_click_reaches_an_object_known_only_by_its_id(inventory):

@@ -61,3 +61,31 @@ def test_dump_tree_with_ids_gives_paths_that_resolve(uiremote_app):
             assert app.client.exists(line["path"]), line
     assert by_label["button"]["path"] != "-"
     assert app.client.get_property(by_label["button"]["path"], "clicks").value == 0
+
+
+def listening_addresses(port):
+    """The local addresses of the sockets listening on ``port`` (from /proc/net/tcp and tcp6)."""
+    found = set()
+    for table in ("/proc/net/tcp", "/proc/net/tcp6"):
+        try:
+            with open(table) as rows:
+                next(rows)
+                for row in rows:
+                    fields = row.split()
+                    address, hexport = fields[1].split(":")
+                    if int(hexport, 16) == port and fields[3] == "0A":  # LISTEN
+                        found.add(address)
+        except OSError:
+            pass
+    return found
+
+
+def test_host_listens_on_loopback_only_by_default(uiremote_app):
+    app = uiremote_app(UNNAMED)
+    assert listening_addresses(app.port) == {"0100007F"}  # 127.0.0.1
+
+
+def test_listen_option_opens_the_given_address(uiremote_app):
+    app = uiremote_app(UNNAMED, "--listen", "0.0.0.0")
+    assert listening_addresses(app.port) == {"00000000"}
+    assert app.client.exists("box") is False
