@@ -13,13 +13,16 @@ UIREMOTE_LOG_SEVERITY=3 UIREMOTE_LOG_FILE="$BUILD_DIR/demo-trace.log" \
 app=$!
 trap 'kill $app 2>/dev/null || true; rm -f "$OUT"' EXIT
 rm -f "$BUILD_DIR/demo-trace.log"
-# Wait (bounded) for the application to listen.
-i=0
-until grep -q "listening on" "$OUT"; do
-  i=$((i + 1))
-  if [ $i -gt 200 ] || ! kill -0 $app 2>/dev/null; then cat "$OUT"; echo "demo-app did not start"; exit 1; fi
-  sleep 0.1
-done
+# Waits (bounded) until process $1 has written "$2" into $OUT.
+wait_for_line() {
+  i=0
+  until grep -q "$2" "$OUT"; do
+    i=$((i + 1))
+    if [ $i -gt 300 ] || ! kill -0 "$1" 2>/dev/null; then cat "$OUT"; echo "$3 did not start"; exit 1; fi
+    sleep 0.1
+  done
+}
+wait_for_line $app "listening on" demo-app
 status=0
 /usr/bin/python3 examples/demo/demo.py "$PORT" || status=$?
 kill -TERM $app
@@ -37,12 +40,7 @@ QT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen} QT_QUICK_BACKEND=${QT_QUICK_BACKEN
   "$BUILD_DIR/bin/uiremote-launch" --port "$LAUNCH_PORT" --name-from-ids -- "$BUILD_DIR/bin/example-inventory" >"$OUT" 2>&1 &
 launched=$!
 trap 'kill $app $launched 2>/dev/null || true; rm -f "$OUT"' EXIT
-i=0
-until grep -q "uiremote: listening on" "$OUT"; do
-  i=$((i + 1))
-  if [ $i -gt 300 ] || ! kill -0 $launched 2>/dev/null; then cat "$OUT"; echo "example-inventory did not start"; exit 1; fi
-  sleep 0.1
-done
+wait_for_line $launched "uiremote: listening on" example-inventory
 grep "uiremote:" "$OUT"
 /usr/bin/python3 examples/inventory/drive.py "$LAUNCH_PORT" || status=$?
 kill -TERM $launched

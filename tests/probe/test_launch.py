@@ -8,7 +8,7 @@ import pytest
 
 from conftest import PROBE_BANNER, program
 from uiremote import Client
-from uiremote.app import Application
+from uiremote.app import Application, listening_addresses
 from uiremote.qt import Key
 
 
@@ -27,19 +27,6 @@ def inventory(launch):
     app.client.window = "window"
     return app
 
-
-def listening_addresses(port):
-    """The local addresses of the sockets listening on ``port`` (from /proc/net/tcp and tcp6)."""
-    found = set()
-    for table in ("/proc/net/tcp", "/proc/net/tcp6"):
-        with open(table) as rows:
-            next(rows)
-            for row in rows:
-                fields = row.split()
-                address, hexport = fields[1].split(":")
-                if int(hexport, 16) == port and fields[3] == "0A":  # LISTEN
-                    found.add(address)
-    return found
 
 
 def test_launcher_prints_one_line_and_listens_on_loopback_only(inventory):

@@ -3,6 +3,7 @@
 import re
 
 from conftest import QML_DIR
+from uiremote.app import listening_addresses
 
 UNNAMED = QML_DIR / "unnamed.qml"
 
@@ -62,22 +63,6 @@ def test_dump_tree_with_ids_gives_paths_that_resolve(uiremote_app):
     assert by_label["button"]["path"] != "-"
     assert app.client.get_property(by_label["button"]["path"], "clicks").value == 0
 
-
-def listening_addresses(port):
-    """The local addresses of the sockets listening on ``port`` (from /proc/net/tcp and tcp6)."""
-    found = set()
-    for table in ("/proc/net/tcp", "/proc/net/tcp6"):
-        try:
-            with open(table) as rows:
-                next(rows)
-                for row in rows:
-                    fields = row.split()
-                    address, hexport = fields[1].split(":")
-                    if int(hexport, 16) == port and fields[3] == "0A":  # LISTEN
-                        found.add(address)
-        except OSError:
-            pass
-    return found
 
 
 def test_host_listens_on_loopback_only_by_default(uiremote_app):

@@ -23,7 +23,7 @@ import time
 from .client import Client
 from .errors import UIRemoteAppError, UIRemoteConnectionError
 
-__all__ = ["Application", "free_port", "find_host", "host_command", "HOST_BANNER"]
+__all__ = ["Application", "free_port", "find_host", "host_command", "listening_addresses", "HOST_BANNER"]
 
 #: The line uiremote-host prints once clients can connect; group 1 is the port.
 HOST_BANNER = r"uiremote-host: listening on (\d+)"
@@ -45,6 +45,24 @@ def _port_taken(host, port):
         except OSError:
             return True
     return False
+
+
+def listening_addresses(port):
+    """The local addresses (as /proc/net/tcp writes them: "0100007F" is 127.0.0.1, "00000000"
+    any IPv4 address) of the sockets listening on TCP ``port`` on this Linux machine."""
+    found = set()
+    for table in ("/proc/net/tcp", "/proc/net/tcp6"):
+        try:
+            with open(table) as rows:
+                next(rows)
+                for row in rows:
+                    fields = row.split()
+                    address, hexport = fields[1].split(":")
+                    if int(hexport, 16) == port and fields[3] == "0A":  # LISTEN
+                        found.add(address)
+        except OSError:
+            pass
+    return found
 
 
 def find_host(explicit=None):
