@@ -152,7 +152,7 @@ private:
         m_remote = remote;
         remote->setParent(this);
         // Closed before the application tears its windows down.
-        connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, remote, &QObject::deleteLater);
+        connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, [this] { delete m_remote; });
         Say(QStringLiteral("listening on %1:%2").arg(address).arg(remote->ServerPort()));
     }
 

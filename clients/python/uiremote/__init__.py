@@ -13,6 +13,7 @@ from . import qt
 from .client import CONTROL_TYPES, DEFAULT_PORT, Client, Reply, ReplyReader, encode_request
 from .errors import (
     UIRemoteAppError,
+    UIRemoteAuthError,
     UIRemoteCommandFailed,
     UIRemoteConnectionError,
     UIRemoteError,
@@ -37,6 +38,7 @@ __all__ = [
     "MouseButton",
     "UIRemoteError",
     "UIRemoteConnectionError",
+    "UIRemoteAuthError",
     "UIRemoteTimeout",
     "UIRemoteProtocolError",
     "UIRemoteCommandFailed",

@@ -21,6 +21,7 @@ from typing import Any
 
 from . import qt
 from .errors import (
+    UIRemoteAuthError,
     UIRemoteCommandFailed,
     UIRemoteConnectionError,
     UIRemoteProtocolError,
@@ -349,12 +350,12 @@ class Client:
         try:
             reply = self._exchange(encode_request({"auth": {"token": str(self.token)}}), 1, timeout)[0]
         except (UIRemoteConnectionError, UIRemoteTimeout) as error:
-            raise UIRemoteConnectionError(
+            raise UIRemoteAuthError(
                 "%s:%d refused the token (%s)" % (self.host, self.port, error)
             ) from None
         if not reply.result:
             self.close()
-            raise UIRemoteConnectionError("%s:%d refused the token" % (self.host, self.port))
+            raise UIRemoteAuthError("%s:%d refused the token" % (self.host, self.port))
 
     def close(self):
         with self._lock:
