@@ -5,6 +5,8 @@ import re
 import socket
 import subprocess
 
+import pytest
+
 from conftest import PROBE_BANNER, program
 
 QT_VERSION_LINE = r"uiremote: giving up: (.*) uses Qt 5\.9\.0; the probe was built with Qt 5\.\d+\.\d+\n"
@@ -82,4 +84,15 @@ def test_program_without_qt_passes_the_preload_on(isolated_env):
     assert done.returncode == 0
     assert done.stdout.decode() == "[%s]\n" % program("UIREMOTE_PROBE")
     assert re.fullmatch(r"uiremote: giving up: \S+ does not use Qt \(the preload passes on to the programs it starts\)\n",
+                        done.stderr.decode()), done.stderr
+
+
+def test_program_built_with_qt6_is_left_alone(isolated_env):
+    qt6_program = "/usr/lib/qt6/bin/qtpaths6"
+    if not os.access(qt6_program, os.X_OK):
+        pytest.skip("no Qt 6 program on this machine")
+    env = dict(os.environ, **isolated_env, LD_PRELOAD=program("UIREMOTE_PROBE"))
+    done = subprocess.run([qt6_program, "--version"], env=env, capture_output=True, timeout=60)
+    assert done.returncode == 0
+    assert re.fullmatch(r"uiremote: giving up: \S+ uses Qt 6; the probe was built with Qt 5\.\d+\.\d+\n",
                         done.stderr.decode()), done.stderr
