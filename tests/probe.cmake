@@ -6,7 +6,7 @@ endif()
 
 # Programs the probe meets in the wild (see tests/probe/probe_target.cpp).
 add_executable(probe-target probe/probe_target.cpp)
-target_link_libraries(probe-target PRIVATE Qt5::Gui Qt5::Qml Qt5::Quick)
+target_link_libraries(probe-target PRIVATE Qt::Gui Qt::Qml Qt::Quick)
 
 # A program built with an older Qt 5: a stand-in core library that only tells its version, in a
 # folder of its own so that nothing else in the build tree loads it.

@@ -33,7 +33,11 @@ if(NOT status EQUAL 0)
 endif()
 message(STATUS "embed-example built against the installed package; uiremote installed")
 
-# The installed launcher preloads the installed probe, whose Qt part finds the installed library.
+# The installed launcher preloads the installed probe, whose Qt part finds the installed library
+# (Qt 5 builds: there is no Qt 6 probe).
+if(NOT QT_MAJOR EQUAL 5)
+  return()
+endif()
 execute_process(COMMAND ${prefix}/bin/uiremote-launch -- sh -c "echo \"$LD_PRELOAD\""
   OUTPUT_VARIABLE preload ERROR_QUIET RESULT_VARIABLE status)
 file(GLOB probe ${prefix}/lib*/libUIRemoteProbe.so ${prefix}/lib/*/libUIRemoteProbe.so)
