@@ -35,7 +35,7 @@ trap 'exit 130' INT TERM
 if [ ! -f "$BUILD_DIR/CMakeCache.txt" ]; then
   cmake -S . -B "$BUILD_DIR" -DCMAKE_BUILD_TYPE=RelWithDebInfo || exit 1
 fi
-cmake --build "$BUILD_DIR" -j2 --target uiremote-host lookup_bench echo-floor bench-client scene-lookup interaction-bench tree_bench || exit 1
+cmake --build "$BUILD_DIR" -j2 --target uiremote-host lookup_bench echo-floor bench-client scene-lookup interaction-bench tree_bench ids-bench || exit 1
 
 # Starts a server that prints "listening on <port>"; sets SERVER_PID and SERVER_PORT.
 start_server() {
@@ -176,6 +176,12 @@ $(awk '/MemTotal/ {printf "%.1f GiB", $2 / 1048576}' /proc/meminfo) memory, $(un
   echo
   echo "== Live tree: 10,000 objects against a bare QObject::children() walk =="
   "$BIN/tree_bench" 10000
+  echo
+  echo "== 6. Names from ids, per message, at 10,000 objects =="
+  step "$BIN/ids-bench" --objects 10000
+  echo "off = no naming; hooks = IdNames (objects named as created); walk = every object visited before"
+  echo "each message (uiremote-host --name-from-ids before IdNames). near: the target is found first;"
+  echo "far: the search visits all 10,000 objects before it. In-process, so no round trip in the figures."
   echo
   echo "load average at end: $(cut -d' ' -f1-3 /proc/loadavg)"
 }

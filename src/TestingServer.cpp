@@ -13,7 +13,8 @@ UIRemoteControl::UIRemoteControl(QObject *root, QQmlContext *context, int port, 
     : m_root(root), m_window(window), m_context(context), m_server(this)
 {
     const quint16 listenPort = (port >= 1 && port <= 65535) ? quint16(port) : quint16(DEFAULT_PORT);
-    if (!m_server.listen(QHostAddress::Any, listenPort)) {
+    QHostAddress address;
+    if (!ListenAddress(address) || !m_server.listen(address, listenPort)) {
         RC_ERROR("%s, start testing server error", "UIRemoteControl::UIRemoteControl");
         return;
     }
@@ -54,6 +55,7 @@ void UIRemoteControl::ReleaseClient()
     if (!socket)
         return;
     m_clients.removeOne(socket);
+    m_authenticated.remove(socket);
     socket->deleteLater();
 }
 
@@ -62,7 +64,10 @@ void UIRemoteControl::ReadDataFromClient()
     auto *socket = qobject_cast<QTcpSocket *>(sender());
     if (!socket)
         return;
+    const int first = m_queue.size();
     ReadMessage(socket);
+    if (!m_token.isEmpty() && !m_authenticated.contains(socket) && !Authenticate(socket, first))
+        return;
     if (!m_busy) {
         m_busy = true;
         PickNextControl();

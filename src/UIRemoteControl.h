@@ -18,6 +18,7 @@
 #include <QObject>
 #include <QPair>
 #include <QPointer>
+#include <QSet>
 #include <QStringList>
 #include <QTcpServer>
 #include <QVariant>
@@ -82,7 +83,9 @@ public:
     static const int DEFAULT_PORT = 34541;
 
     // Starts the testing server on port (1..65535; anything else means DEFAULT_PORT), on all
-    // addresses. If listening fails the object still serves controlObject(), without delays.
+    // addresses, or on the one UIREMOTE_LISTEN names. If listening fails the object still serves
+    // controlObject(), without delays. With UIREMOTE_TOKEN set, each connection must first send
+    // {"auth": {"token": "<the token>"}} (see ServerAccess.cpp).
     UIRemoteControl(QObject *root, QQmlContext *context, int port, QWindow *window);
     // Opens no port: only controlObject() reaches this object.
     UIRemoteControl(QObject *root, QQmlContext *context, QWindow *window);
@@ -153,6 +156,10 @@ protected:
     bool DoWaitProp(const ArgumentMap &args, QVariant &value);
     bool DoWaitIdle(const ArgumentMap &args, QVariant &value);
     QObject *FindWaitTarget(const ArgumentMap &args) const;
+    // Access to the server: the address to listen on (false when UIREMOTE_LISTEN is not an
+    // address), and the token check of a connection's first message.
+    static bool ListenAddress(QHostAddress &address);
+    bool Authenticate(QTcpSocket *socket, int first);
 
     // Dispatch.
     void DoControl(const ParsedMessageInfo &info, QPointer<QTcpSocket> socket);
@@ -217,4 +224,6 @@ private:
     QList<QPair<QString, QPointer<QTcpSocket>>> m_queue;
     QList<QTcpSocket *> m_clients;
     std::shared_ptr<MyTimer> m_timer;
+    const QString m_token = qEnvironmentVariable("UIREMOTE_TOKEN");
+    QSet<QTcpSocket *> m_authenticated; // connections that gave the token (when one is set)
 };

@@ -32,3 +32,23 @@ if(NOT status EQUAL 0)
   message(FATAL_ERROR "the installed uiremote command does not run")
 endif()
 message(STATUS "embed-example built against the installed package; uiremote installed")
+
+# The installed launcher preloads the installed probe, whose Qt part finds the installed library
+# (Qt 5 builds: there is no Qt 6 probe).
+if(NOT QT_MAJOR EQUAL 5)
+  return()
+endif()
+execute_process(COMMAND ${prefix}/bin/uiremote-launch -- sh -c "echo \"$LD_PRELOAD\""
+  OUTPUT_VARIABLE preload ERROR_QUIET RESULT_VARIABLE status)
+file(GLOB probe ${prefix}/lib*/libUIRemoteProbe.so ${prefix}/lib/*/libUIRemoteProbe.so)
+file(REAL_PATH "${probe}" probe)
+string(STRIP "${preload}" preload)
+if(NOT status EQUAL 0 OR NOT preload STREQUAL probe)
+  message(FATAL_ERROR "the installed uiremote-launch preloads \"${preload}\" instead of \"${probe}\"")
+endif()
+get_filename_component(probe_dir ${probe} DIRECTORY)
+execute_process(COMMAND ldd ${probe_dir}/libUIRemoteProbeQt.so OUTPUT_VARIABLE needed RESULT_VARIABLE status)
+if(NOT status EQUAL 0 OR needed MATCHES "not found")
+  message(FATAL_ERROR "the installed probe's Qt part misses libraries:\n${needed}")
+endif()
+message(STATUS "uiremote-launch and the probe installed")

@@ -1,6 +1,7 @@
 #include "Host.h"
 
 #include <LiveTree.h>
+#include <IdNames.h>
 #include <SceneTree.h>
 #include <UIRemoteControl.h>
 
@@ -39,19 +40,15 @@ void PrintNode(QTextStream &out, const QVariantMap &node, int depth)
         PrintNode(out, child.toMap(), depth + 1);
 }
 
-// The remote control, with the host's extras: ids as names before each message, and the tree dump.
+// The remote control, with the host's extras: ids as names (objects created since the last
+// message are named before the next one), and the tree dump.
 class HostRemoteControl : public UIRemoteControl {
 public:
     HostRemoteControl(QObject *root, QQmlContext *context, int port, QWindow *window, bool nameFromIds)
         : UIRemoteControl(root, context, port, window), m_root(root), m_nameFromIds(nameFromIds)
     {
-        ApplyIds();
-    }
-
-    void ApplyIds()
-    {
         if (m_nameFromIds)
-            SceneTree::NameFromIds(m_root);
+            IdNames::Enable(m_root);
     }
 
     // Prints the tree that the "tree" control replies: one line per object with its label, type
@@ -61,7 +58,8 @@ public:
 protected:
     void PickNextControl() override
     {
-        ApplyIds(); // delegates created since the last message get their names too
+        if (m_nameFromIds)
+            IdNames::NameNewObjects(); // delegates created since the last message get their names too
         UIRemoteControl::PickNextControl();
     }
 
@@ -95,6 +93,9 @@ int RunHost(int argc, char *argv[], const std::function<void(QQmlApplicationEngi
     parser.addHelpOption();
     QCommandLineOption portOption(QStringLiteral("port"), QStringLiteral("TCP port (default 34541)."),
                                   QStringLiteral("N"), QString::number(UIRemoteControl::DEFAULT_PORT));
+    QCommandLineOption listenOption(QStringLiteral("listen"),
+                                    QStringLiteral("Address to listen on (default 127.0.0.1; 0.0.0.0 or :: for all)."),
+                                    QStringLiteral("ADDRESS"), QStringLiteral("127.0.0.1"));
     QCommandLineOption idsOption(QStringLiteral("name-from-ids"),
                                  QStringLiteral("Give objects without objectName their QML id as name."));
     QCommandLineOption dumpOption(QStringLiteral("dump-tree"),
@@ -103,7 +104,7 @@ int RunHost(int argc, char *argv[], const std::function<void(QQmlApplicationEngi
                                   QStringLiteral("FILE"));
     QCommandLineOption importOption(QStringLiteral("import"), QStringLiteral("Add a QML import path."),
                                     QStringLiteral("PATH"));
-    parser.addOptions({portOption, idsOption, dumpOption, shotOption, importOption});
+    parser.addOptions({portOption, listenOption, idsOption, dumpOption, shotOption, importOption});
     parser.addPositionalArgument(QStringLiteral("file.qml"), QStringLiteral("The QML file to load."));
     parser.process(app);
     if (parser.positionalArguments().size() != 1)
@@ -124,12 +125,14 @@ int RunHost(int argc, char *argv[], const std::function<void(QQmlApplicationEngi
 
     bool portOk = false;
     const int port = parser.value(portOption).toInt(&portOk);
+    qputenv("UIREMOTE_LISTEN", parser.value(listenOption).toUtf8()); // the library listens there
     HostRemoteControl remote(root, engine.rootContext(), portOk ? port : -1, window, parser.isSet(idsOption));
     remote.setExtensionsEnabled(true);
     if (qgetenv("UIREMOTE_EXTENSIONS") == "0")
         remote.setExtensionsEnabled(false); // the twenty controls' replies only, byte for byte
     if (!remote.IsListening()) {
-        std::fprintf(stderr, "uiremote-host: cannot listen on port %s\n", qPrintable(parser.value(portOption)));
+        std::fprintf(stderr, "uiremote-host: cannot listen on %s port %s\n", qPrintable(parser.value(listenOption)),
+                     qPrintable(parser.value(portOption)));
         return 1;
     }
     if (parser.isSet(dumpOption)) {

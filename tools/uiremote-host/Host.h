@@ -1,7 +1,7 @@
 #pragma once
 // The host behind uiremote-host: loads a QML file and makes it remotely controllable.
 //
-//   [--port N] [--name-from-ids] [--dump-tree] [--screenshot FILE] [--import PATH] file.qml
+//   [--port N] [--listen ADDRESS] [--name-from-ids] [--dump-tree] [--screenshot FILE] [--import PATH] file.qml
 //
 // The first root object of the file is the search root and its window the default window. Without
 // a display the host runs headless (offscreen platform, software scene graph). It prints

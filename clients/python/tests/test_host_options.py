@@ -3,6 +3,7 @@
 import re
 
 from conftest import QML_DIR
+from uiremote.app import listening_addresses
 
 UNNAMED = QML_DIR / "unnamed.qml"
 
@@ -62,3 +63,15 @@ def test_dump_tree_with_ids_gives_paths_that_resolve(uiremote_app):
         assert app.client.exists(line["path"]), line
     assert by_label["button"]["path"] != "-"
     assert app.client.get_property(by_label["button"]["path"], "clicks").value == 0
+
+
+
+def test_host_listens_on_loopback_only_by_default(uiremote_app):
+    app = uiremote_app(UNNAMED)
+    assert listening_addresses(app.port) == {"0100007F"}  # 127.0.0.1
+
+
+def test_listen_option_opens_the_given_address(uiremote_app):
+    app = uiremote_app(UNNAMED, "--listen", "0.0.0.0")
+    assert listening_addresses(app.port) == {"00000000"}
+    assert app.client.exists("box") is False

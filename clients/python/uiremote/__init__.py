@@ -13,6 +13,7 @@ from . import qt
 from .client import CONTROL_TYPES, DEFAULT_PORT, EXTENSION_TYPES, Client, Reply, ReplyReader, encode_request
 from .errors import (
     UIRemoteAppError,
+    UIRemoteAuthError,
     UIRemoteCommandFailed,
     UIRemoteConnectionError,
     UIRemoteError,
@@ -42,6 +43,7 @@ __all__ = [
     "walk",
     "UIRemoteError",
     "UIRemoteConnectionError",
+    "UIRemoteAuthError",
     "UIRemoteTimeout",
     "UIRemoteProtocolError",
     "UIRemoteCommandFailed",

@@ -23,7 +23,7 @@ import time
 from .client import Client
 from .errors import UIRemoteAppError, UIRemoteConnectionError
 
-__all__ = ["Application", "free_port", "find_host", "host_command", "HOST_BANNER"]
+__all__ = ["Application", "free_port", "find_host", "host_command", "listening_addresses", "HOST_BANNER"]
 
 #: The line uiremote-host prints once clients can connect; group 1 is the port.
 HOST_BANNER = r"uiremote-host: listening on (\d+)"
@@ -45,6 +45,24 @@ def _port_taken(host, port):
         except OSError:
             return True
     return False
+
+
+def listening_addresses(port):
+    """The local addresses (as /proc/net/tcp writes them: "0100007F" is 127.0.0.1, "00000000"
+    any IPv4 address) of the sockets listening on TCP ``port`` on this Linux machine."""
+    found = set()
+    for table in ("/proc/net/tcp", "/proc/net/tcp6"):
+        try:
+            with open(table) as rows:
+                next(rows)
+                for row in rows:
+                    fields = row.split()
+                    address, hexport = fields[1].split(":")
+                    if int(hexport, 16) == port and fields[3] == "0A":  # LISTEN
+                        found.add(address)
+        except OSError:
+            pass
+    return found
 
 
 def find_host(explicit=None):
@@ -74,8 +92,9 @@ def _headless_environment(env):
 class Application:
     """One running application under test and a client connected to it."""
 
-    def __init__(self, command, port, process, log_path, host="127.0.0.1"):
+    def __init__(self, command, port, process, log_path, host="127.0.0.1", token=None):
         self.command = command
+        self.token = token
         self.port = port
         self.host = host
         self.process = process
@@ -89,18 +108,21 @@ class Application:
 
     @classmethod
     def start(cls, command, *, port=None, env=None, cwd=None, log_dir=None, banner=None,
-              ready_timeout=30.0, client_timeout=10.0, connect=True, host="127.0.0.1", attempts=3):
+              ready_timeout=30.0, client_timeout=10.0, connect=True, host="127.0.0.1", attempts=3,
+              token=None):
         """Starts ``command`` and waits until it accepts connections.
 
         ``banner`` is a regular expression that the output must show before the application
         counts as ready (``HOST_BANNER`` for uiremote-host; None to rely on connecting alone).
-        Readiness is polled until ``ready_timeout`` seconds have passed.  When the port was
+        Readiness is polled until ``ready_timeout`` seconds have passed.  ``token`` is what the
+        clients present first, for an application started with UIREMOTE_TOKEN.  When the port was
         picked here and the application ends before it is ready, it is tried again on another
         port (``attempts`` times in all), in case another process took the port meanwhile.
         """
         picked = port is None
         for attempt in range(max(1, attempts) if picked else 1):
             app = cls._launch(command, free_port(host) if picked else int(port), env, cwd, log_dir, host)
+            app.token = token
             try:
                 app._wait_ready(banner, ready_timeout, client_timeout, connect)
                 return app
@@ -134,7 +156,7 @@ class Application:
     def _wait_ready(self, banner, ready_timeout, client_timeout, connect):
         deadline = time.monotonic() + ready_timeout
         pattern = re.compile(banner) if banner else None
-        client = Client(self.host, self.port, timeout=client_timeout)
+        client = Client(self.host, self.port, timeout=client_timeout, token=self.token)
         while True:
             if self.process.poll() is not None:
                 self.returncode = self.process.returncode
@@ -170,6 +192,7 @@ class Application:
 
     def new_client(self, timeout=10.0, connect=True, **kwargs):
         """Another client of the same application (closed by :meth:`stop`)."""
+        kwargs.setdefault("token", self.token)
         client = Client(self.host, self.port, timeout=timeout, **kwargs)
         if connect:
             client.connect()

@@ -304,6 +304,8 @@ def build_parser(prog="uiremote", with_globals=True):
                             help="application port (default $UIREMOTE_PORT or %d)" % DEFAULT_PORT)
         parser.add_argument("--timeout", type=float, default=10.0,
                             help="seconds to wait for connecting and for each reply (default 10)")
+        parser.add_argument("--token", default=os.environ.get("UIREMOTE_TOKEN") or None,
+                            help="token the application wants first (default $UIREMOTE_TOKEN)")
         parser.add_argument("--window", dest="default_window", metavar="NAME",
                             help="window name used when a command gives none")
     subparsers = parser.add_subparsers(dest="command", metavar="command")
@@ -399,7 +401,7 @@ def main(argv=None, stdin=None, stdout=None, stderr=None):
         return exit_.code if isinstance(exit_.code, int) else EXIT_ERROR
     if args.command == "mcp":
         return _run_mcp(args, stdin, stdout, stderr)
-    client = Client(args.host, args.port, timeout=args.timeout, window=args.default_window)
+    client = Client(args.host, args.port, timeout=args.timeout, window=args.default_window, token=args.token)
     try:
         with client:
             if args.command == "shell":

@@ -22,6 +22,7 @@ from typing import Any
 from . import qt
 from .scene import SceneMixin
 from .errors import (
+    UIRemoteAuthError,
     UIRemoteCommandFailed,
     UIRemoteConnectionError,
     UIRemoteProtocolError,
@@ -327,8 +328,10 @@ class Client(SceneMixin):
     without "y" clicks the centre).
     """
 
-    def __init__(self, host="127.0.0.1", port=DEFAULT_PORT, timeout=10.0, *, window=None, actionable=True):
+    def __init__(self, host="127.0.0.1", port=DEFAULT_PORT, timeout=10.0, *, window=None, actionable=True,
+                 token=None):
         self.host = host
+        self.token = token
         self.port = int(port)
         self.timeout = float(timeout)
         self.window = window
@@ -371,7 +374,21 @@ class Client(SceneMixin):
             sock.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
             self._sock = sock
             self._reader = ReplyReader()
+            if self.token is not None:
+                self._authenticate(limit)
             return self
+
+    def _authenticate(self, timeout):
+        """Presents the token: the first message of an application started with UIREMOTE_TOKEN."""
+        try:
+            reply = self._exchange(encode_request({"auth": {"token": str(self.token)}}), 1, timeout)[0]
+        except (UIRemoteConnectionError, UIRemoteTimeout) as error:
+            raise UIRemoteAuthError(
+                "%s:%d refused the token (%s)" % (self.host, self.port, error)
+            ) from None
+        if not reply.result:
+            self.close()
+            raise UIRemoteAuthError("%s:%d refused the token" % (self.host, self.port))
 
     def close(self):
         with self._lock:

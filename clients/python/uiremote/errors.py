@@ -3,6 +3,7 @@
 __all__ = [
     "UIRemoteError",
     "UIRemoteConnectionError",
+    "UIRemoteAuthError",
     "UIRemoteTimeout",
     "UIRemoteProtocolError",
     "UIRemoteCommandFailed",
@@ -16,6 +17,11 @@ class UIRemoteError(Exception):
 
 class UIRemoteConnectionError(UIRemoteError):
     """The application cannot be reached, or it closed the connection."""
+
+
+class UIRemoteAuthError(UIRemoteConnectionError):
+    """The application wants a token first (UIREMOTE_TOKEN) and refused the one given: it closes
+    the connection instead of answering."""
 
 
 class UIRemoteTimeout(UIRemoteError):

@@ -7,7 +7,7 @@ connection.  Every failure becomes a :class:`ToolError` whose message says what 
 """
 
 from .client import Client
-from .errors import UIRemoteConnectionError, UIRemoteError, UIRemoteProtocolError, UIRemoteTimeout
+from .errors import UIRemoteAuthError, UIRemoteConnectionError, UIRemoteError, UIRemoteProtocolError, UIRemoteTimeout
 
 __all__ = ["AppLink", "ToolError", "PROBE"]
 
@@ -47,17 +47,16 @@ class AppLink:
         if self.connected:
             return False
         self.close()
-        client = Client(self.host, self.port, timeout=self.timeout)
+        client = Client(self.host, self.port, timeout=self.timeout, token=self.token)
         try:
-            client.connect()
+            client.connect()  # presents the token first, when there is one
+        except UIRemoteAuthError:
+            raise ToolError(
+                "The application at %s refused the token: pass the token it was started "
+                "with (--token, or $UIREMOTE_TOKEN)." % self.address) from None
         except UIRemoteConnectionError as error:
             raise ToolError(self._unreachable(error)) from None
         try:
-            if self.token is not None and not client.send({"auth": {"token": self.token}}).result:
-                client.close()
-                raise ToolError(
-                    "The application at %s refused the token: pass the token it was started "
-                    "with (--token, or $UIREMOTE_TOKEN)." % self.address)
             self.extensions = bool(client.send(PROBE).result)
         except UIRemoteError as error:
             client.close()

@@ -1,0 +1,43 @@
+# End-to-end tests of the probe and uiremote-launch: programs that never link the library,
+# started through the launcher or a bare LD_PRELOAD and driven with the Python client.
+if(NOT TARGET uiremote-launch OR NOT TARGET example-inventory)
+  return()
+endif()
+
+# Programs the probe meets in the wild (see tests/probe/probe_target.cpp).
+add_executable(probe-target probe/probe_target.cpp)
+target_link_libraries(probe-target PRIVATE Qt::Gui Qt::Qml Qt::Quick)
+
+# A program built with an older Qt 5: a stand-in core library that only tells its version, in a
+# folder of its own so that nothing else in the build tree loads it.
+add_library(probe-fake-qtcore SHARED probe/fake_qtcore.cpp)
+set_target_properties(probe-fake-qtcore PROPERTIES OUTPUT_NAME Qt5Core SOVERSION 5
+  LIBRARY_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/fake-qt)
+add_executable(probe-old-qt-program probe/old_qt_program.cpp)
+target_link_libraries(probe-old-qt-program PRIVATE probe-fake-qtcore)
+
+set(UIRC_PYTHON "/usr/bin/python3" CACHE FILEPATH "Python interpreter for the Python client tests")
+set(probe_env
+  "PYTHONPATH=${PROJECT_SOURCE_DIR}/clients/python"
+  "PYTHONDONTWRITEBYTECODE=1"
+  "UIREMOTE_LAUNCH=$<TARGET_FILE:uiremote-launch>"
+  "UIREMOTE_PROBE=$<TARGET_FILE:UIRemoteProbe>"
+  "UIREMOTE_INVENTORY=$<TARGET_FILE:example-inventory>"
+  "UIREMOTE_PROBE_TARGET=$<TARGET_FILE:probe-target>"
+  "UIREMOTE_OLD_QT_PROGRAM=$<TARGET_FILE:probe-old-qt-program>")
+
+# uirc_add_probe_test(<name> <test file> [env...])
+function(uirc_add_probe_test name file)
+  add_test(NAME ${name}
+    COMMAND ${UIRC_PYTHON} -m pytest -q -p no:cacheprovider
+            --basetemp=${CMAKE_CURRENT_BINARY_DIR}/${name}.tmp ${CMAKE_CURRENT_SOURCE_DIR}/probe/${file}
+    WORKING_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}/probe)
+  set_tests_properties(${name} PROPERTIES ENVIRONMENT "${probe_env};${ARGN}" TIMEOUT 300)
+endfunction()
+
+uirc_add_probe_test(probe_launch test_launch.py)
+uirc_add_probe_test(probe_failures test_failures.py)
+uirc_add_probe_test(probe_token test_token.py)
+if(TARGET qt-gallery)
+  uirc_add_probe_test(probe_gallery test_gallery.py "UIREMOTE_GALLERY=$<TARGET_FILE:qt-gallery>")
+endif()

@@ -1,0 +1,98 @@
+"""The probe in programs it cannot serve: one clear line, and the program runs on untouched."""
+
+import os
+import re
+import socket
+import subprocess
+
+import pytest
+
+from conftest import PROBE_BANNER, program
+
+QT_VERSION_LINE = r"uiremote: giving up: (.*) uses Qt 5\.9\.0; the probe was built with Qt 5\.\d+\.\d+\n"
+
+
+def probe_lines(output):
+    return [line for line in output.splitlines() if line.startswith("uiremote:")]
+
+
+def test_program_without_a_quick_window_gives_up_after_the_wait(run_until_line):
+    app, match = run_until_line([program("UIREMOTE_LAUNCH"), "--wait", "1", "--", program("UIREMOTE_PROBE_TARGET"), "gui"],
+                                r"uiremote: giving up.*\n")
+    assert match is not None, app.output
+    assert probe_lines(app.output) == ["uiremote: giving up: no Qt Quick window within 1 s"]
+    assert app.running
+
+
+def test_root_name_that_never_appears_gives_up(run_until_line):
+    app, match = run_until_line([program("UIREMOTE_LAUNCH"), "--wait", "1", "--root", "nowhere", "--",
+                                 program("UIREMOTE_PROBE_TARGET"), "view"], r"uiremote: giving up.*\n")
+    assert match is not None, app.output
+    assert probe_lines(app.output) == ["uiremote: giving up: no Qt Quick root named nowhere within 1 s"]
+    assert app.running
+
+
+def test_core_application_only_gives_up_at_once(run_until_line):
+    app, match = run_until_line([program("UIREMOTE_LAUNCH"), "--", program("UIREMOTE_PROBE_TARGET"), "core"],
+                                r"uiremote: giving up.*\n")
+    assert match is not None, app.output
+    assert probe_lines(app.output) == [
+        "uiremote: giving up: the program has no QGuiApplication, so no Qt Quick scene"]
+    assert app.running
+
+
+def test_port_taken_gives_up_and_the_program_runs_on(run_until_line):
+    with socket.socket() as taken:
+        taken.bind(("127.0.0.1", 0))
+        taken.listen(1)
+        port = taken.getsockname()[1]
+        app, match = run_until_line([program("UIREMOTE_LAUNCH"), "--port", str(port), "--",
+                                     program("UIREMOTE_PROBE_TARGET"), "view"], r"uiremote: giving up.*\n")
+        assert match is not None, app.output
+        assert probe_lines(app.output) == [
+            "uiremote: giving up: cannot listen on 127.0.0.1:%d (The bound address is already in use)" % port]
+        assert app.running
+
+
+def test_scene_loaded_after_an_event_loop_turn_is_served(launch):
+    app = launch([program("UIREMOTE_PROBE_TARGET"), "view"], ["--name-from-ids"])
+    ui = app.client
+    assert ui.click("tapArea", window="top").result is True
+    assert ui.get_property("top", "taps").value == 1
+
+
+def test_children_of_the_program_start_without_the_probe(launch):
+    app = launch([program("UIREMOTE_PROBE_TARGET"), "fork"], ["--name-from-ids"])
+    assert app.wait_for_output(r"child LD_PRELOAD=\[.*\]\n", timeout=30)
+    assert "child LD_PRELOAD=[]" in app.output
+    assert app.wait_for_output(r"forked child done\n", timeout=30)
+    assert app.client.get_property("top", "taps").value == 0
+    assert len(probe_lines(app.output)) == 1, app.output
+
+
+def test_program_built_with_another_qt_is_left_alone(isolated_env):
+    env = dict(os.environ, **isolated_env, LD_PRELOAD=program("UIREMOTE_PROBE"))
+    done = subprocess.run([program("UIREMOTE_OLD_QT_PROGRAM")], env=env, capture_output=True, timeout=60)
+    assert done.returncode == 0
+    assert done.stdout == b"running with Qt 5.9.0\n"
+    assert re.fullmatch(QT_VERSION_LINE, done.stderr.decode()), done.stderr
+
+
+def test_program_without_qt_passes_the_preload_on(isolated_env):
+    done = subprocess.run([program("UIREMOTE_LAUNCH"), "--", "sh", "-c", 'echo "[$LD_PRELOAD]"'],
+                          env=dict(os.environ, **isolated_env), capture_output=True, timeout=60)
+    assert done.returncode == 0
+    assert done.stdout.decode() == "[%s]\n" % program("UIREMOTE_PROBE")
+    assert re.fullmatch(r"uiremote: giving up: \S+ does not use Qt \(the preload passes on to the programs it starts\)\n",
+                        done.stderr.decode()), done.stderr
+
+
+def test_program_built_with_qt6_is_left_alone(isolated_env):
+    qt6_program = "/usr/lib/qt6/bin/qtpaths6"
+    if not os.access(qt6_program, os.X_OK):
+        pytest.skip("no Qt 6 program on this machine")
+    env = dict(os.environ, **isolated_env, LD_PRELOAD=program("UIREMOTE_PROBE"))
+    done = subprocess.run([qt6_program, "--version"], env=env, capture_output=True, timeout=60)
+    assert done.returncode == 0
+    assert re.fullmatch(r"uiremote: giving up: \S+ uses Qt 6; the probe was built with Qt 5\.\d+\.\d+\n",
+                        done.stderr.decode()), done.stderr

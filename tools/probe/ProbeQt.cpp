@@ -1,0 +1,178 @@
+// libUIRemoteProbeQt.so, the Qt part of the probe, loaded by the preloaded part once it knows the
+// program runs a compatible Qt. From the program's QCoreApplication constructor on, it looks for
+// the scene on the event loop (never blocking the program), then serves it with the remote
+// control on the GUI thread.
+//
+// Environment: UIREMOTE_PORT (default 34541), UIREMOTE_LISTEN (default 127.0.0.1),
+// UIREMOTE_NAME_FROM_IDS=1, UIREMOTE_ROOT (objectName or id of the root to serve),
+// UIREMOTE_WAIT (seconds to wait for the scene, default 60).
+
+#include <IdNames.h>
+#include <SceneTree.h>
+#include <UIRemoteControl.h>
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QHostAddress>
+#include <QPointer>
+#include <QQmlContext>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QQuickWindow>
+#include <QTcpServer>
+#include <QTimer>
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+const int kPollMs = 100;
+
+void Say(const QString &line)
+{
+    std::fprintf(stderr, "uiremote: %s\n", qPrintable(line));
+    std::fflush(stderr);
+}
+
+QString Env(const char *name, const QString &fallback = QString())
+{
+    const QString value = qEnvironmentVariable(name);
+    return value.isEmpty() ? fallback : value;
+}
+
+// The remote control of the probe: extensions on, names from ids kept up to date.
+class ProbeRemoteControl : public UIRemoteControl {
+public:
+    ProbeRemoteControl(QObject *root, QQmlContext *context, int port, QWindow *window, bool nameFromIds)
+        : UIRemoteControl(root, context, port, window), m_nameFromIds(nameFromIds)
+    {
+        setExtensionsEnabled(true);
+        if (m_nameFromIds)
+            IdNames::Enable(root);
+    }
+
+protected:
+    void PickNextControl() override
+    {
+        if (m_nameFromIds)
+            IdNames::NameNewObjects();
+        UIRemoteControl::PickNextControl();
+    }
+
+private:
+    bool m_nameFromIds;
+};
+
+// The object a window shows: a QQuickView's root item, a window written in QML itself, or the
+// content item of a window built in C++. Null while there is nothing to serve yet.
+QObject *RootOf(QQuickWindow *window)
+{
+    if (auto *view = qobject_cast<QQuickView *>(window))
+        return view->rootObject();
+    if (qmlContext(window))
+        return qobject_cast<QQuickWindow *>(window->parent()) ? nullptr : window; // not a nested Window
+    QQuickItem *content = window->contentItem();
+    return content && !content->childItems().isEmpty() ? content : nullptr;
+}
+
+bool Matches(QObject *root, const QString &name)
+{
+    return name.isEmpty() || root->objectName() == name || SceneTree::QmlId(root) == name;
+}
+
+class Probe : public QObject {
+public:
+    explicit Probe(QCoreApplication *app) : QObject(app), m_pid(getpid())
+    {
+        // The application is still being constructed: look around once the event loop runs.
+        QTimer::singleShot(0, this, [this] { Begin(); });
+    }
+
+private:
+    void Begin()
+    {
+        if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
+            Say(QStringLiteral("giving up: the program has no QGuiApplication, so no Qt Quick scene"));
+            return;
+        }
+        bool ok = false;
+        const int seconds = Env("UIREMOTE_WAIT").toInt(&ok);
+        m_waitSeconds = ok && seconds > 0 ? seconds : 60;
+        m_rootName = Env("UIREMOTE_ROOT");
+        m_clock.start();
+        connect(&m_poll, &QTimer::timeout, this, [this] { Poll(); });
+        m_poll.start(kPollMs);
+        Poll();
+    }
+
+    void Poll()
+    {
+        if (getpid() != m_pid) { // a child forked without exec: it serves nothing
+            m_poll.stop();
+            return;
+        }
+        for (QWindow *window : QGuiApplication::topLevelWindows()) {
+            auto *quickWindow = qobject_cast<QQuickWindow *>(window);
+            QObject *root = quickWindow ? RootOf(quickWindow) : nullptr;
+            if (root && Matches(root, m_rootName)) {
+                m_poll.stop();
+                Serve(root, quickWindow);
+                return;
+            }
+        }
+        if (m_clock.elapsed() >= m_waitSeconds * 1000LL) {
+            m_poll.stop();
+            Say(m_rootName.isEmpty()
+                    ? QStringLiteral("giving up: no Qt Quick window within %1 s").arg(m_waitSeconds)
+                    : QStringLiteral("giving up: no Qt Quick root named %1 within %2 s").arg(m_rootName).arg(m_waitSeconds));
+        }
+    }
+
+    void Serve(QObject *root, QQuickWindow *window)
+    {
+        const QString address = Env("UIREMOTE_LISTEN", QStringLiteral("127.0.0.1"));
+        qputenv("UIREMOTE_LISTEN", address.toUtf8()); // the library listens there
+        bool ok = false;
+        int port = Env("UIREMOTE_PORT").toInt(&ok);
+        if (!ok || port < 1 || port > 65535)
+            port = UIRemoteControl::DEFAULT_PORT;
+        QQmlEngine *engine = qmlEngine(root);
+        auto *remote = new ProbeRemoteControl(root, engine ? engine->rootContext() : nullptr, port, window,
+                                              Env("UIREMOTE_NAME_FROM_IDS") == QLatin1String("1"));
+        if (!remote->IsListening()) {
+            delete remote;
+            QTcpServer trial; // repeats the attempt for its reason
+            trial.listen(QHostAddress(address), quint16(port));
+            Say(QStringLiteral("giving up: cannot listen on %1:%2 (%3)").arg(address).arg(port).arg(trial.errorString()));
+            return;
+        }
+        m_remote = remote;
+        remote->setParent(this);
+        // Closed before the application tears its windows down.
+        connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, [this] { delete m_remote; });
+        Say(QStringLiteral("listening on %1:%2").arg(address).arg(remote->ServerPort()));
+    }
+
+    const pid_t m_pid;
+    int m_waitSeconds = 60;
+    QString m_rootName;
+    QElapsedTimer m_clock;
+    QTimer m_poll;
+    QPointer<UIRemoteControl> m_remote;
+};
+
+// Runs inside every QCoreApplication constructor of the program.
+void OnApplication()
+{
+    new Probe(QCoreApplication::instance());
+}
+
+} // namespace
+
+extern "C" Q_DECL_EXPORT void uiremote_probe_start()
+{
+    qAddPreRoutine(&OnApplication);
+}
