@@ -112,7 +112,12 @@ QString Closest(const QStringList &candidates, const QString &path)
     int bestDistance = -1;
     for (const QString &candidate : candidates) {
         const int distance = EditDistance(candidate, path);
-        if (bestDistance < 0 || distance < bestDistance) {
+        // Ties go to the shorter candidate, then the alphabetically first, so that the same
+        // scene always names the same one (candidates may come in hash order).
+        const bool better = bestDistance < 0 || distance < bestDistance ||
+                            (distance == bestDistance &&
+                             (candidate.size() < best.size() || (candidate.size() == best.size() && candidate < best)));
+        if (better) {
             best = candidate;
             bestDistance = distance;
         }

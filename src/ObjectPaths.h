@@ -17,7 +17,8 @@ namespace ObjectPaths {
 // in the objects visited (times the nesting of named objects).
 UIREMOTECONTROL_EXPORT QHash<QObject *, QString> All(QObject *root);
 
-// The candidate nearest to path by edit distance (the first of equals); empty without candidates.
+// The candidate nearest to path by edit distance (of equals, the shorter, then the
+// alphabetically first); empty without candidates.
 UIREMOTECONTROL_EXPORT QString Closest(const QStringList &candidates, const QString &path);
 
 } // namespace ObjectPaths
