@@ -12,6 +12,6 @@ if(TARGET uiremote-host)
   add_test(NAME mcp_e2e COMMAND node --test ${UIRC_MCP_DIR}/e2e.test.mjs)
   set_tests_properties(mcp_e2e PROPERTIES
     FIXTURES_REQUIRED mcp_sdk
-    ENVIRONMENT "UIREMOTE_HOST=$<TARGET_FILE:uiremote-host>;UIREMOTE_SCENE=${PROJECT_SOURCE_DIR}/clients/python/tests/qml/controls.qml;UIREMOTE_CLIENT_DIR=${PROJECT_SOURCE_DIR}/clients/python;UIREMOTE_PYTHON=/usr/bin/python3"
+    ENVIRONMENT "QT_QUICK_CONTROLS_STYLE=${UIRC_TEST_STYLE};UIREMOTE_HOST=$<TARGET_FILE:uiremote-host>;UIREMOTE_SCENE=${PROJECT_SOURCE_DIR}/clients/python/tests/qml/controls.qml;UIREMOTE_CLIENT_DIR=${PROJECT_SOURCE_DIR}/clients/python;UIREMOTE_PYTHON=/usr/bin/python3"
     TIMEOUT 900)
 endif()

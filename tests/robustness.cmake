@@ -9,6 +9,7 @@ if(TARGET uiremote-host)
     "UIREMOTE_HOST=$<TARGET_FILE:uiremote-host>"
     "QT_QPA_PLATFORM=offscreen"
     "QT_QUICK_BACKEND=software"
+    "QT_QUICK_CONTROLS_STYLE=${UIRC_TEST_STYLE}"
     "PYTHONDONTWRITEBYTECODE=1"
     # These suites pin the replies of the twenty controls byte for byte: extension mode off.
     "UIREMOTE_EXTENSIONS=0")

@@ -58,7 +58,9 @@ private slots:
             QVERIFY2(Selector::Find(s->scene.root, segments) == it.key(), qPrintable(it.value()));
         }
         QVERIFY(selectors > 30);
-        QCOMPARE(paths.value(s->Named("{odd}")), QStringLiteral("mainWindow.{Item}[47]"));
+        // The index counts the nameless items the Controls style builds, one fewer in Qt 6's Basic.
+        QCOMPARE(paths.value(s->Named("{odd}")),
+                 QStringLiteral("mainWindow.{Item}[%1]").arg(QT_VERSION_MAJOR == 5 ? 47 : 46));
         QCOMPARE(paths.value(s->Named("okButton")), QStringLiteral("okButton"));
         QCOMPARE(ObjectPaths::Closest({"main.okButton", "okButton", "list"}, "main.okButon"), QStringLiteral("main.okButton"));
     }

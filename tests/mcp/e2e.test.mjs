@@ -26,7 +26,7 @@ describe('uiremote mcp against a running scene', T, () => {
   let host; let mcp; let client; let tools;
 
   before(async () => {
-    host = await startHost(await freePort());
+    host = await startHost(await freePort(), { UIREMOTE_EXTENSIONS: '0' }); // the twenty controls alone
     mcp = await connectMcp(host.port);
     client = mcp.client;
     tools = (await client.listTools()).tools;

@@ -17,8 +17,12 @@ from uiremote.qt import Key
 GALLERY = Path(os.environ.get("UIREMOTE_GALLERY", "/usr/lib/x86_64-linux-gnu/qt5/examples/quickcontrols2/gallery"))
 WINDOW = "galleryWindow"
 
-pytestmark = pytest.mark.skipif(not (GALLERY / "gallery.qml").exists(),
-                                reason="the gallery (qtquickcontrols2-5-examples) is not installed")
+pytestmark = [
+    pytest.mark.skipif(not (GALLERY / "gallery.qml").exists(),
+                       reason="the gallery (qtquickcontrols2-5-examples) is not installed"),
+    pytest.mark.skipif(os.environ.get("UIREMOTE_QT_MAJOR") == "6",
+                       reason="the gallery's sources are Qt 5 QML (Qt.labs.settings, Qt 5 imports)"),
+]
 
 WRAPPER = """import QtQuick 2.12
 import QtQuick.Controls 2.12
