@@ -208,7 +208,7 @@ void SendSwipe(QWindow *window, Qt::MouseButton button, QPointF from, QPointF to
     const int start = ++QTest::lastMouseTimestamp;
     buttons.setFlag(button, true);
     send(QEvent::MouseButtonPress, button, from, start);
-    QTest::lastMouseButton = button;
+    SetLastMouseButton(button);
     QElapsedTimer clock;
     clock.start();
     for (int i = 1; i <= steps; ++i) {
@@ -223,7 +223,7 @@ void SendSwipe(QWindow *window, Qt::MouseButton button, QPointF from, QPointF to
     buttons.setFlag(button, false);
     send(QEvent::MouseButtonRelease, button, to, end);
     QTest::lastMouseTimestamp = end + QTest::mouseDoubleClickInterval; // no accidental double clicks
-    QTest::lastMouseButton = Qt::NoButton;
+    SetLastMouseButton(Qt::NoButton);
 }
 
 } // namespace InputInjector
