@@ -1,7 +1,8 @@
-// libUIRemoteProbe.so, the preloaded part of the probe. It links nothing but the C library, so
-// it can sit in any process: it takes itself off LD_PRELOAD (the program's children start
-// without it), checks that the program runs the Qt the probe was built with, and only then
-// loads the Qt part beside it (libUIRemoteProbeQt.so), which waits for the scene.
+// libUIRemoteProbe.so (libUIRemoteProbeQt6.so in Qt 6 builds), the preloaded part of the probe.
+// It links nothing but the C library, so it can sit in any process: it takes itself off
+// LD_PRELOAD (the program's children start without it), checks that the program runs the Qt
+// major the probe was built for, at a compatible version, and only then loads the Qt part beside
+// it (UIRC_PROBE_QT_PART), which waits for the scene.
 //
 // A process that does not use Qt (a wrapper script, say) keeps the preload in its environment,
 // so the Qt program it starts gets the probe.
@@ -60,18 +61,17 @@ void DropPreload(const std::string &self)
         setenv("LD_PRELOAD", kept.c_str(), 1);
 }
 
-bool Loaded(const char *soname)
+// The Qt core library of a Qt major, as programs load it.
+std::string CoreLibrary(int major)
 {
-    void *handle = dlopen(soname, RTLD_LAZY | RTLD_NOLOAD);
-    if (handle)
-        dlclose(handle);
-    return handle != nullptr;
+    const std::string number = std::to_string(major);
+    return "libQt" + number + "Core.so." + number;
 }
 
-// The version of the Qt 5 core library the program loaded, empty when it loaded none.
-std::string LoadedQt5Version()
+// The version of the given Qt core library in the program, empty when the program has none.
+std::string LoadedQtVersion(const std::string &soname)
 {
-    void *handle = dlopen("libQt5Core.so.5", RTLD_LAZY | RTLD_NOLOAD);
+    void *handle = dlopen(soname.c_str(), RTLD_LAZY | RTLD_NOLOAD);
     if (!handle)
         return std::string();
     using VersionFunction = const char *(*)();
@@ -106,12 +106,15 @@ std::string ProgramName()
 
 __attribute__((constructor)) void StartProbe()
 {
+    const int builtMajor = UIRC_PROBE_QT_MAJOR;
+    const int otherMajor = builtMajor == 5 ? 6 : 5;
     const std::string self = OwnPath();
-    const std::string qtVersion = LoadedQt5Version();
+    const std::string qtVersion = LoadedQtVersion(CoreLibrary(builtMajor));
     if (qtVersion.empty()) {
-        if (Loaded("libQt6Core.so.6")) {
+        const std::string otherVersion = LoadedQtVersion(CoreLibrary(otherMajor));
+        if (!otherVersion.empty()) {
             DropPreload(self);
-            GiveUp(ProgramName() + " uses Qt 6; the probe was built with Qt " UIRC_PROBE_QT_VERSION);
+            GiveUp(ProgramName() + " uses Qt " + otherVersion + "; the probe was built with Qt " UIRC_PROBE_QT_VERSION);
         } else if (LaunchedDirectly()) {
             GiveUp(ProgramName() + " does not use Qt (the preload passes on to the programs it starts)");
         }
@@ -124,7 +127,7 @@ __attribute__((constructor)) void StartProbe()
     }
     const auto slash = self.rfind('/');
     const std::string qtPart = (slash == std::string::npos ? std::string() : self.substr(0, slash + 1)) +
-                               "libUIRemoteProbeQt.so";
+                               UIRC_PROBE_QT_PART;
     void *handle = dlopen(qtPart.c_str(), RTLD_NOW | RTLD_LOCAL);
     using StartFunction = void (*)();
     auto start = handle ? reinterpret_cast<StartFunction>(dlsym(handle, "uiremote_probe_start")) : nullptr;
