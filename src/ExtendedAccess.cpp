@@ -150,8 +150,13 @@ bool UIRemoteControl::InvokeTyped(QObject *object, const ArgumentMap &args, QVar
         if (!convertible)
             continue;
         const int returnType = method.returnType();
-        QVariant returned = returnType == QMetaType::Void || returnType == QMetaType::QVariant ? QVariant()
-                                                                                               : QVariant(returnType, nullptr);
+        QVariant returned;
+        if (returnType != QMetaType::Void && returnType != QMetaType::QVariant)
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+            returned = QVariant(QMetaType(returnType), nullptr); // Qt 6 builds values from a QMetaType, not a type id
+#else
+            returned = QVariant(returnType, nullptr);
+#endif
         QGenericReturnArgument ret;
         if (returnType == QMetaType::QVariant)
             ret = QGenericReturnArgument("QVariant", &returned);
