@@ -152,10 +152,10 @@ bool UIRemoteControl::InvokeTyped(QObject *object, const ArgumentMap &args, QVar
         const int returnType = method.returnType();
         QVariant returned;
         if (returnType != QMetaType::Void && returnType != QMetaType::QVariant)
-#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
-            returned = QVariant(returnType, nullptr);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+            returned = QVariant(QMetaType(returnType), nullptr); // Qt 6 builds values from a QMetaType, not a type id
 #else
-            returned = QVariant(QMetaType(returnType)); // Qt 6 constructs a value from a QMetaType, not a type id
+            returned = QVariant(returnType, nullptr);
 #endif
         QGenericReturnArgument ret;
         if (returnType == QMetaType::QVariant)

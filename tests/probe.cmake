@@ -1,5 +1,6 @@
 # End-to-end tests of the probe and uiremote-launch: programs that never link the library,
-# started through the launcher or a bare LD_PRELOAD and driven with the Python client.
+# started through the launcher or a bare LD_PRELOAD and driven with the Python client. Each
+# build tests its own launcher, probe and programs.
 if(NOT TARGET uiremote-launch OR NOT TARGET example-inventory)
   return()
 endif()
@@ -8,23 +9,46 @@ endif()
 add_executable(probe-target probe/probe_target.cpp)
 target_link_libraries(probe-target PRIVATE Qt::Gui Qt::Qml Qt::Quick)
 
-# A program built with an older Qt 5: a stand-in core library that only tells its version, in a
-# folder of its own so that nothing else in the build tree loads it.
+# A program built with an older Qt of this build's major: a stand-in core library that only tells
+# its version, in a folder of its own so that nothing else in the build tree loads it.
+if(UIREMOTE_QT_MAJOR STREQUAL "6")
+  set(probe_old_qt_version 6.1.0)
+  set(probe_other_major 5)
+else()
+  set(probe_old_qt_version 5.9.0)
+  set(probe_other_major 6)
+endif()
 add_library(probe-fake-qtcore SHARED probe/fake_qtcore.cpp)
-set_target_properties(probe-fake-qtcore PROPERTIES OUTPUT_NAME Qt5Core SOVERSION 5
-  LIBRARY_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/fake-qt)
+target_compile_definitions(probe-fake-qtcore PRIVATE UIRC_FAKE_QT_VERSION="${probe_old_qt_version}")
+set_target_properties(probe-fake-qtcore PROPERTIES OUTPUT_NAME Qt${UIREMOTE_QT_MAJOR}Core
+  SOVERSION ${UIREMOTE_QT_MAJOR} LIBRARY_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/fake-qt)
 add_executable(probe-old-qt-program probe/old_qt_program.cpp)
 target_link_libraries(probe-old-qt-program PRIVATE probe-fake-qtcore)
+
+# The same program linked against the real core library of the other Qt major, when this machine
+# has its development files: the probe leaves it alone.
+find_library(UIRC_OTHER_QT_CORE NAMES Qt${probe_other_major}Core
+  DOC "Core library of the other Qt major, for the probe's test of a program it leaves alone")
+set(probe_other_qt_env "")
+if(UIRC_OTHER_QT_CORE)
+  add_executable(probe-other-qt-program probe/old_qt_program.cpp)
+  target_link_libraries(probe-other-qt-program PRIVATE ${UIRC_OTHER_QT_CORE})
+  set(probe_other_qt_env "UIREMOTE_OTHER_QT_PROGRAM=$<TARGET_FILE:probe-other-qt-program>")
+endif()
 
 set(UIRC_PYTHON "/usr/bin/python3" CACHE FILEPATH "Python interpreter for the Python client tests")
 set(probe_env
   "PYTHONPATH=${PROJECT_SOURCE_DIR}/clients/python"
   "PYTHONDONTWRITEBYTECODE=1"
+  "UIREMOTE_QT_MAJOR=${UIREMOTE_QT_MAJOR}"
+  "UIREMOTE_PROBE_QT_VERSION=${Qt${UIREMOTE_QT_MAJOR}Core_VERSION}"
   "UIREMOTE_LAUNCH=$<TARGET_FILE:uiremote-launch>"
   "UIREMOTE_PROBE=$<TARGET_FILE:UIRemoteProbe>"
   "UIREMOTE_INVENTORY=$<TARGET_FILE:example-inventory>"
   "UIREMOTE_PROBE_TARGET=$<TARGET_FILE:probe-target>"
-  "UIREMOTE_OLD_QT_PROGRAM=$<TARGET_FILE:probe-old-qt-program>")
+  "UIREMOTE_OLD_QT_PROGRAM=$<TARGET_FILE:probe-old-qt-program>"
+  "UIREMOTE_OLD_QT_VERSION=${probe_old_qt_version}"
+  ${probe_other_qt_env})
 
 # uirc_add_probe_test(<name> <test file> [env...])
 function(uirc_add_probe_test name file)

@@ -33,22 +33,26 @@ if(NOT status EQUAL 0)
 endif()
 message(STATUS "embed-example built against the installed package; uiremote installed")
 
-# The installed launcher preloads the installed probe, whose Qt part finds the installed library
-# (Qt 5 builds: there is no Qt 6 probe).
-if(NOT QT_MAJOR EQUAL 5)
-  return()
+# The installed launcher preloads the installed probe of its build, whose Qt part finds the
+# installed library. The Qt 6 files carry the Qt6 suffix.
+if(QT_MAJOR EQUAL 6)
+  set(suffix Qt6)
+  set(tool_suffix -qt6)
+else()
+  set(suffix "")
+  set(tool_suffix "")
 endif()
-execute_process(COMMAND ${prefix}/bin/uiremote-launch -- sh -c "echo \"$LD_PRELOAD\""
+execute_process(COMMAND ${prefix}/bin/uiremote-launch${tool_suffix} -- sh -c "echo \"$LD_PRELOAD\""
   OUTPUT_VARIABLE preload ERROR_QUIET RESULT_VARIABLE status)
-file(GLOB probe ${prefix}/lib*/libUIRemoteProbe.so ${prefix}/lib/*/libUIRemoteProbe.so)
+file(GLOB probe ${prefix}/lib*/libUIRemoteProbe${suffix}.so ${prefix}/lib/*/libUIRemoteProbe${suffix}.so)
 file(REAL_PATH "${probe}" probe)
 string(STRIP "${preload}" preload)
 if(NOT status EQUAL 0 OR NOT preload STREQUAL probe)
-  message(FATAL_ERROR "the installed uiremote-launch preloads \"${preload}\" instead of \"${probe}\"")
+  message(FATAL_ERROR "the installed uiremote-launch${tool_suffix} preloads \"${preload}\" instead of \"${probe}\"")
 endif()
 get_filename_component(probe_dir ${probe} DIRECTORY)
-execute_process(COMMAND ldd ${probe_dir}/libUIRemoteProbeQt.so OUTPUT_VARIABLE needed RESULT_VARIABLE status)
+execute_process(COMMAND ldd ${probe_dir}/libUIRemoteProbe${suffix}Part.so OUTPUT_VARIABLE needed RESULT_VARIABLE status)
 if(NOT status EQUAL 0 OR needed MATCHES "not found")
   message(FATAL_ERROR "the installed probe's Qt part misses libraries:\n${needed}")
 endif()
-message(STATUS "uiremote-launch and the probe installed")
+message(STATUS "uiremote-launch${tool_suffix} and the probe installed")

@@ -3,7 +3,8 @@
 Programs that never link the remote control are started through uiremote-launch or a bare
 LD_PRELOAD of the probe, each on its own free port, and driven with the Python client. Paths
 come from the environment ctest sets: UIREMOTE_LAUNCH, UIREMOTE_PROBE, UIREMOTE_INVENTORY,
-UIREMOTE_PROBE_TARGET, UIREMOTE_OLD_QT_PROGRAM, UIREMOTE_GALLERY.
+UIREMOTE_PROBE_TARGET, UIREMOTE_OLD_QT_PROGRAM, UIREMOTE_OTHER_QT_PROGRAM, UIREMOTE_GALLERY; all
+of them come from one build, whose Qt major is UIREMOTE_QT_MAJOR.
 """
 
 import os
@@ -38,7 +39,8 @@ def isolated_env(tmp_path):
     return {
         "QT_QPA_PLATFORM": "offscreen",
         "QT_QUICK_BACKEND": "software",
-        "QT_QUICK_CONTROLS_STYLE": "Default",
+        # Qt 6 calls the plain Controls style Basic.
+        "QT_QUICK_CONTROLS_STYLE": "Basic" if os.environ.get("UIREMOTE_QT_MAJOR") == "6" else "Default",
         "XDG_RUNTIME_DIR": str(runtime),
         "XDG_CONFIG_HOME": str(tmp_path / "config"),
         "HOME": str(tmp_path),

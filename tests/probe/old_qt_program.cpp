@@ -1,5 +1,5 @@
-// A program linked against an older Qt 5 core library (the stand-in beside it). It prints its
-// Qt version and ends.
+// A program that prints the version of the Qt core library it is linked against and ends: the
+// stand-in of an older Qt beside it, or the real core library of the other Qt major.
 #include <cstdio>
 
 extern "C" const char *qVersion();

@@ -1,7 +1,7 @@
-// libUIRemoteProbeQt.so, the Qt part of the probe, loaded by the preloaded part once it knows the
-// program runs a compatible Qt. From the program's QCoreApplication constructor on, it looks for
-// the scene on the event loop (never blocking the program), then serves it with the remote
-// control on the GUI thread.
+// libUIRemoteProbePart.so (libUIRemoteProbeQt6Part.so in Qt 6 builds), the Qt part of the probe,
+// loaded by the preloaded part once it knows the program runs a compatible Qt. From the program's
+// QCoreApplication constructor on, it looks for the scene on the event loop (never blocking the
+// program), then serves it with the remote control on the GUI thread.
 //
 // Environment: UIREMOTE_PORT (default 34541), UIREMOTE_LISTEN (default 127.0.0.1),
 // UIREMOTE_NAME_FROM_IDS=1, UIREMOTE_ROOT (objectName or id of the root to serve),

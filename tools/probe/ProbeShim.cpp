@@ -1,136 +1,167 @@
-// libUIRemoteProbe.so, the preloaded part of the probe. It links nothing but the C library, so
-// it can sit in any process: it takes itself off LD_PRELOAD (the program's children start
-// without it), checks that the program runs the Qt the probe was built with, and only then
-// loads the Qt part beside it (libUIRemoteProbeQt.so), which waits for the scene.
+// libUIRemoteProbe.so (libUIRemoteProbeQt6.so in Qt 6 builds), the preloaded part of the probe.
+// It links nothing but the C library (no C++ library calls, no exceptions), so it can sit in any
+// process: it takes itself off LD_PRELOAD (the program's children start without it), checks that
+// the program runs the Qt major the probe was built for (UIRC_PROBE_QT_MAJOR), at a compatible
+// version, and only then loads the Qt part beside it (UIRC_PROBE_QT_PART), which waits for the
+// scene.
 //
 // A process that does not use Qt (a wrapper script, say) keeps the preload in its environment,
 // so the Qt program it starts gets the probe.
 
 #include <dlfcn.h>
+#include <limits.h>
+#include <stdarg.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
 #include <unistd.h>
-
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <string>
 
 namespace {
 
-void GiveUp(const std::string &why)
+void GiveUp(const char *format, ...) __attribute__((format(printf, 1, 2)));
+
+void GiveUp(const char *format, ...)
 {
-    std::fprintf(stderr, "uiremote: giving up: %s\n", why.c_str());
+    char line[2 * PATH_MAX];
+    va_list args;
+    va_start(args, format);
+    vsnprintf(line, sizeof line, format, args);
+    va_end(args);
+    fprintf(stderr, "uiremote: giving up: %s\n", line);
 }
 
-std::string OwnPath()
+// The path this library was loaded from; empty when unknown.
+const char *OwnPath()
 {
     Dl_info info;
-    if (dladdr(reinterpret_cast<void *>(&GiveUp), &info) && info.dli_fname)
+    if (dladdr(reinterpret_cast<void *>(&OwnPath), &info) && info.dli_fname)
         return info.dli_fname;
-    return std::string();
+    return "";
 }
 
-std::string BaseName(const std::string &path)
+const char *BaseName(const char *path)
 {
-    const auto slash = path.rfind('/');
-    return slash == std::string::npos ? path : path.substr(slash + 1);
+    const char *slash = strrchr(path, '/');
+    return slash ? slash + 1 : path;
 }
 
 // LD_PRELOAD without this library (entries are separated by colons or spaces).
-void DropPreload(const std::string &self)
+void DropPreload(const char *self)
 {
-    const char *value = std::getenv("LD_PRELOAD");
+    const char *value = getenv("LD_PRELOAD");
     if (!value)
         return;
-    const std::string own = BaseName(self);
-    std::string kept;
-    std::string entries(value);
-    size_t start = 0;
-    while (start <= entries.size()) {
-        size_t end = entries.find_first_of(": ", start);
-        if (end == std::string::npos)
-            end = entries.size();
-        const std::string entry = entries.substr(start, end - start);
-        if (!entry.empty() && BaseName(entry) != own)
-            kept += (kept.empty() ? "" : ":") + entry;
-        start = end + 1;
+    const char *own = BaseName(self);
+    const size_t ownLength = strlen(own);
+    char *kept = static_cast<char *>(malloc(strlen(value) + 1));
+    if (!kept)
+        return;
+    size_t keptLength = 0;
+    for (const char *entry = value; *entry;) {
+        const size_t length = strcspn(entry, ": ");
+        if (length > 0) {
+            // The entry's base name: what follows its last slash.
+            const char *base = entry;
+            for (const char *at = entry; at < entry + length; ++at) {
+                if (*at == '/')
+                    base = at + 1;
+            }
+            const size_t baseLength = static_cast<size_t>(entry + length - base);
+            if (baseLength != ownLength || strncmp(base, own, ownLength) != 0) {
+                if (keptLength > 0)
+                    kept[keptLength++] = ':';
+                memcpy(kept + keptLength, entry, length);
+                keptLength += length;
+            }
+        }
+        entry += length;
+        if (*entry)
+            ++entry;
     }
-    if (kept.empty())
+    kept[keptLength] = '\0';
+    if (keptLength == 0)
         unsetenv("LD_PRELOAD");
     else
-        setenv("LD_PRELOAD", kept.c_str(), 1);
+        setenv("LD_PRELOAD", kept, 1);
+    free(kept);
 }
 
-bool Loaded(const char *soname)
+// The version of the Qt core library of a major in the program (libQt<major>Core.so.<major>):
+// false when the program has none.
+bool LoadedQtVersion(int major, char *version, size_t size)
 {
+    char soname[64];
+    snprintf(soname, sizeof soname, "libQt%dCore.so.%d", major, major);
     void *handle = dlopen(soname, RTLD_LAZY | RTLD_NOLOAD);
-    if (handle)
-        dlclose(handle);
-    return handle != nullptr;
-}
-
-// The version of the Qt 5 core library the program loaded, empty when it loaded none.
-std::string LoadedQt5Version()
-{
-    void *handle = dlopen("libQt5Core.so.5", RTLD_LAZY | RTLD_NOLOAD);
     if (!handle)
-        return std::string();
+        return false;
     using VersionFunction = const char *(*)();
-    auto version = reinterpret_cast<VersionFunction>(dlsym(handle, "qVersion"));
-    std::string text = version ? version() : "unknown";
+    auto versionOf = reinterpret_cast<VersionFunction>(dlsym(handle, "qVersion"));
+    snprintf(version, size, "%s", versionOf ? versionOf() : "unknown");
     dlclose(handle);
-    return text;
+    return true;
 }
 
 // Same major version, and a minor version at least the one the probe was built with.
-bool Compatible(const std::string &runtime, const std::string &built)
+bool Compatible(const char *runtime, const char *built)
 {
     int runMajor = 0, runMinor = 0, builtMajor = 0, builtMinor = 0;
-    if (std::sscanf(runtime.c_str(), "%d.%d", &runMajor, &runMinor) != 2 ||
-        std::sscanf(built.c_str(), "%d.%d", &builtMajor, &builtMinor) != 2)
+    if (sscanf(runtime, "%d.%d", &runMajor, &runMinor) != 2 || sscanf(built, "%d.%d", &builtMajor, &builtMinor) != 2)
         return false;
     return runMajor == builtMajor && runMinor >= builtMinor;
 }
 
 bool LaunchedDirectly()
 {
-    const char *pid = std::getenv("UIREMOTE_LAUNCH_PID");
-    return pid && std::atol(pid) == static_cast<long>(getpid());
+    const char *pid = getenv("UIREMOTE_LAUNCH_PID");
+    return pid && atol(pid) == static_cast<long>(getpid());
 }
 
-std::string ProgramName()
+// The program's path, for the lines the probe prints.
+void ProgramName(char *name, size_t size)
 {
-    char path[4096];
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
-    return length > 0 ? std::string(path, static_cast<size_t>(length)) : std::string("this program");
+    const ssize_t length = readlink("/proc/self/exe", name, size - 1);
+    if (length > 0)
+        name[length] = '\0';
+    else
+        snprintf(name, size, "this program");
 }
 
 __attribute__((constructor)) void StartProbe()
 {
-    const std::string self = OwnPath();
-    const std::string qtVersion = LoadedQt5Version();
-    if (qtVersion.empty()) {
-        if (Loaded("libQt6Core.so.6")) {
+    const int builtMajor = UIRC_PROBE_QT_MAJOR;
+    const int otherMajor = builtMajor == 5 ? 6 : 5;
+    const char *self = OwnPath();
+    char program[PATH_MAX];
+    char qtVersion[64];
+    if (!LoadedQtVersion(builtMajor, qtVersion, sizeof qtVersion)) {
+        if (LoadedQtVersion(otherMajor, qtVersion, sizeof qtVersion)) {
             DropPreload(self);
-            GiveUp(ProgramName() + " uses Qt 6; the probe was built with Qt " UIRC_PROBE_QT_VERSION);
+            ProgramName(program, sizeof program);
+            GiveUp("%s uses Qt %s; the probe was built with Qt " UIRC_PROBE_QT_VERSION, program, qtVersion);
         } else if (LaunchedDirectly()) {
-            GiveUp(ProgramName() + " does not use Qt (the preload passes on to the programs it starts)");
+            ProgramName(program, sizeof program);
+            GiveUp("%s does not use Qt (the preload passes on to the programs it starts)", program);
         }
         return;
     }
     DropPreload(self);
     if (!Compatible(qtVersion, UIRC_PROBE_QT_VERSION)) {
-        GiveUp(ProgramName() + " uses Qt " + qtVersion + "; the probe was built with Qt " UIRC_PROBE_QT_VERSION);
+        ProgramName(program, sizeof program);
+        GiveUp("%s uses Qt %s; the probe was built with Qt " UIRC_PROBE_QT_VERSION, program, qtVersion);
         return;
     }
-    const auto slash = self.rfind('/');
-    const std::string qtPart = (slash == std::string::npos ? std::string() : self.substr(0, slash + 1)) +
-                               "libUIRemoteProbeQt.so";
-    void *handle = dlopen(qtPart.c_str(), RTLD_NOW | RTLD_LOCAL);
+    // The Qt part lies in this library's folder.
+    char qtPart[PATH_MAX];
+    const char *slash = strrchr(self, '/');
+    snprintf(qtPart, sizeof qtPart, "%.*s%s", slash ? static_cast<int>(slash - self + 1) : 0, self,
+             UIRC_PROBE_QT_PART);
+    void *handle = dlopen(qtPart, RTLD_NOW | RTLD_LOCAL);
     using StartFunction = void (*)();
     auto start = handle ? reinterpret_cast<StartFunction>(dlsym(handle, "uiremote_probe_start")) : nullptr;
     if (!start) {
         const char *error = dlerror();
-        GiveUp("cannot load " + qtPart + (error ? std::string(": ") + error : std::string()));
+        GiveUp("cannot load %s%s%s", qtPart, error ? ": " : "", error ? error : "");
         return;
     }
     start();

@@ -1,5 +1,5 @@
-// uiremote-launch: runs a program with the probe preloaded, so that tests can drive its Qt Quick
-// scene without any change to it.
+// uiremote-launch (uiremote-launch-qt6 for Qt 6 programs): runs a program with the probe of the
+// same build preloaded, so that tests can drive its Qt Quick scene without any change to it.
 //
 //   uiremote-launch [--port N] [--listen ADDRESS] [--name-from-ids] [--root NAME] [--wait S]
 //                   -- PROGRAM [ARGS...]
@@ -20,9 +20,9 @@
 namespace {
 
 const char kUsage[] =
-    "usage: uiremote-launch [--port N] [--listen ADDRESS] [--name-from-ids] [--root NAME] [--wait S]\n"
-    "                       -- PROGRAM [ARGS...]\n"
-    "Runs PROGRAM with the remote-control probe preloaded. The probe prints\n"
+    "usage: " UIRC_LAUNCH_NAME " [--port N] [--listen ADDRESS] [--name-from-ids] [--root NAME] [--wait S]\n"
+    "         -- PROGRAM [ARGS...]\n"
+    "Runs PROGRAM with the remote-control probe (" UIRC_LAUNCH_PROBE_NAME ") preloaded. The probe prints\n"
     "\"uiremote: listening on ADDRESS:PORT\" once clients can connect.\n"
     "  --port N          TCP port (default 34541)\n"
     "  --listen ADDRESS  address to listen on (default 127.0.0.1)\n"
@@ -45,7 +45,7 @@ std::string FindProbe()
     if (length <= 0)
         return std::string();
     const std::string bin = Directory(std::string(self, static_cast<size_t>(length)));
-    for (const std::string &candidate : {bin + "/" UIRC_LAUNCH_PROBE_RELATIVE, bin + "/../lib/libUIRemoteProbe.so"}) {
+    for (const std::string &candidate : {bin + "/" UIRC_LAUNCH_PROBE_RELATIVE, bin + "/../lib/" UIRC_LAUNCH_PROBE_NAME}) {
         char resolved[4096];
         if (realpath(candidate.c_str(), resolved) && access(resolved, R_OK) == 0)
             return resolved;
@@ -55,7 +55,7 @@ std::string FindProbe()
 
 int Fail(const std::string &message)
 {
-    std::fprintf(stderr, "uiremote-launch: %s\n%s", message.c_str(), kUsage);
+    std::fprintf(stderr, UIRC_LAUNCH_NAME ": %s\n%s", message.c_str(), kUsage);
     return 2;
 }
 
@@ -98,7 +98,7 @@ int main(int argc, char *argv[])
 
     const std::string probe = FindProbe();
     if (probe.empty())
-        return Fail("cannot find libUIRemoteProbe.so beside " + std::string(argv[0]));
+        return Fail("cannot find " UIRC_LAUNCH_PROBE_NAME " beside " + std::string(argv[0]));
     const char *preload = std::getenv("LD_PRELOAD");
     const std::string value = probe + (preload && *preload ? ":" + std::string(preload) : std::string());
     setenv("LD_PRELOAD", value.c_str(), 1);
@@ -106,6 +106,6 @@ int main(int argc, char *argv[])
     setenv("UIREMOTE_LAUNCH_PID", std::to_string(getpid()).c_str(), 1);
 
     execvp(argv[index], argv + index);
-    std::fprintf(stderr, "uiremote-launch: cannot run %s: %s\n", argv[index], std::strerror(errno));
+    std::fprintf(stderr, UIRC_LAUNCH_NAME ": cannot run %s: %s\n", argv[index], std::strerror(errno));
     return 127;
 }
