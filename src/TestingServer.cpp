@@ -3,6 +3,7 @@
 
 #include "UIRemoteControl.h"
 
+#include "Limits.h"
 #include "TraceLog.h"
 
 #include <QTcpSocket>
@@ -20,6 +21,8 @@ UIRemoteControl::UIRemoteControl(QObject *root, QQmlContext *context, int port, 
     }
     m_timer = std::make_shared<MyTimer>();
     connect(&m_server, SIGNAL(newConnection()), this, SLOT(HandleNewClientConnected()));
+    connect(&m_server, SIGNAL(acceptError(QAbstractSocket::SocketError)), this,
+            SLOT(HandleAcceptError(QAbstractSocket::SocketError)));
 }
 
 UIRemoteControl::UIRemoteControl(QObject *root, QQmlContext *context, QWindow *window)
@@ -43,10 +46,28 @@ void UIRemoteControl::HandleNewClientConnected()
         // Replies are small writes; without this, a reply that follows another one can wait for
         // the client's delayed acknowledgement (tens of milliseconds).
         socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-        m_clients.append(socket);
+        m_clients.insert(socket);
+        m_acceptFailing = false;
         connect(socket, SIGNAL(disconnected()), this, SLOT(ReleaseClient()));
         connect(socket, SIGNAL(readyRead()), this, SLOT(ReadDataFromClient()));
     }
+}
+
+// Accepting failed. Qt has stopped accepting (the listening socket would otherwise wake the
+// event loop again at once for the same waiting connection: with no descriptor left that is a
+// spin). Accepting resumes after a pause; one line is logged per run of failures.
+void UIRemoteControl::HandleAcceptError(QAbstractSocket::SocketError)
+{
+    m_server.pauseAccepting();
+    if (!m_acceptFailing) {
+        m_acceptFailing = true;
+        RC_ERROR("%s, accepting a client failed (%s): accepting again every %d ms", "UIRemoteControl::HandleAcceptError",
+                 qPrintable(m_server.errorString()), Limits::kAcceptPauseMs);
+    }
+    QTimer::singleShot(Limits::kAcceptPauseMs, this, [this] {
+        if (m_server.isListening())
+            m_server.resumeAccepting();
+    });
 }
 
 void UIRemoteControl::ReleaseClient()
@@ -54,7 +75,7 @@ void UIRemoteControl::ReleaseClient()
     auto *socket = qobject_cast<QTcpSocket *>(sender());
     if (!socket)
         return;
-    m_clients.removeOne(socket);
+    m_clients.remove(socket);
     m_authenticated.remove(socket);
     socket->deleteLater();
 }
@@ -161,7 +182,22 @@ void UIRemoteControl::ResponseToClient(QTcpSocket *socket, bool success, const Q
     QString text;
     SerializeJSON(reply, text);
     // A socket that has disconnected (and waits for deletion) gets nothing.
-    if (socket && socket->state() == QAbstractSocket::ConnectedState)
-        socket->write(text.toUtf8());
+    if (!socket || socket->state() != QAbstractSocket::ConnectedState)
+        return;
+    const QByteArray bytes = text.toUtf8();
+    // A client that does not read its replies would make them pile up here without end.
+    const qint64 unsent = socket->bytesToWrite();
+    if (unsent > 0 && unsent + bytes.size() > Limits::kMaxUnsentOutput) {
+        RC_ERROR("%s, client does not read its replies (%lld bytes unsent): disconnected",
+                 "UIRemoteControl::ResponseToClient", static_cast<long long>(unsent));
+        // Its waiting messages go with it: nobody would read their replies either.
+        for (int i = m_queue.size() - 1; i >= 0; --i) {
+            if (m_queue.at(i).second == socket)
+                m_queue.removeAt(i);
+        }
+        socket->abort();
+        return;
+    }
+    socket->write(bytes);
 }
 
