@@ -3,6 +3,7 @@
 
 #include "UIRemoteControl.h"
 
+#include "ClientAcceptor.h"
 #include "Limits.h"
 #include "TraceLog.h"
 
@@ -23,6 +24,11 @@ UIRemoteControl::UIRemoteControl(QObject *root, QQmlContext *context, int port, 
     connect(&m_server, SIGNAL(newConnection()), this, SLOT(HandleNewClientConnected()));
     connect(&m_server, SIGNAL(acceptError(QAbstractSocket::SocketError)), this,
             SLOT(HandleAcceptError(QAbstractSocket::SocketError)));
+    if (ClientAcceptor::Supported()) {
+        m_acceptor = new ClientAcceptor(
+            &m_server, [this](QTcpSocket *socket) { AdoptClient(socket); },
+            [this](const QString &reason) { ReportAcceptFailure(reason); }, this);
+    }
 }
 
 UIRemoteControl::UIRemoteControl(QObject *root, QQmlContext *context, QWindow *window)
@@ -36,38 +42,47 @@ UIRemoteControl::~UIRemoteControl()
     // The sockets die with the server; they must not call back into this half-destroyed object.
     for (QTcpSocket *socket : qAsConst(m_clients))
         socket->disconnect(this);
+    delete m_acceptor; // it watches the listening socket
     m_server.close();
 }
 
 void UIRemoteControl::HandleNewClientConnected()
 {
-    while (m_server.hasPendingConnections()) {
-        QTcpSocket *socket = m_server.nextPendingConnection();
-        // Replies are small writes; without this, a reply that follows another one can wait for
-        // the client's delayed acknowledgement (tens of milliseconds).
-        socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-        m_clients.insert(socket);
-        m_acceptFailing = false;
-        connect(socket, SIGNAL(disconnected()), this, SLOT(ReleaseClient()));
-        connect(socket, SIGNAL(readyRead()), this, SLOT(ReadDataFromClient()));
-    }
+    while (m_server.hasPendingConnections())
+        AdoptClient(m_server.nextPendingConnection());
 }
 
-// Accepting failed. Qt has stopped accepting (the listening socket would otherwise wake the
-// event loop again at once for the same waiting connection: with no descriptor left that is a
-// spin). Accepting resumes after a pause; one line is logged per run of failures.
+void UIRemoteControl::AdoptClient(QTcpSocket *socket)
+{
+    // Replies are small writes; without this, a reply that follows another one can wait for
+    // the client's delayed acknowledgement (tens of milliseconds).
+    socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    m_clients.insert(socket);
+    m_acceptFailing = false;
+    connect(socket, SIGNAL(disconnected()), this, SLOT(ReleaseClient()));
+    connect(socket, SIGNAL(readyRead()), this, SLOT(ReadDataFromClient()));
+}
+
+// Accepting failed where Qt reports it (where the acceptor does not accept itself). Qt has
+// stopped accepting; it resumes after a pause instead of never.
 void UIRemoteControl::HandleAcceptError(QAbstractSocket::SocketError)
 {
     m_server.pauseAccepting();
-    if (!m_acceptFailing) {
-        m_acceptFailing = true;
-        RC_ERROR("%s, accepting a client failed (%s): accepting again every %d ms", "UIRemoteControl::HandleAcceptError",
-                 qPrintable(m_server.errorString()), Limits::kAcceptPauseMs);
-    }
+    ReportAcceptFailure(m_server.errorString());
     QTimer::singleShot(Limits::kAcceptPauseMs, this, [this] {
-        if (m_server.isListening())
+        if (m_server.isListening() && !m_acceptor)
             m_server.resumeAccepting();
     });
+}
+
+// One line per run of failures (until a client is accepted again).
+void UIRemoteControl::ReportAcceptFailure(const QString &reason)
+{
+    if (m_acceptFailing)
+        return;
+    m_acceptFailing = true;
+    RC_ERROR("%s, accepting a client failed (%s): accepting again every %d ms", "UIRemoteControl::HandleAcceptError",
+             qPrintable(reason), Limits::kAcceptPauseMs);
 }
 
 void UIRemoteControl::ReleaseClient()

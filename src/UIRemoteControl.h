@@ -214,6 +214,8 @@ private slots:
 
 private:
     QObject *PluginObject(const QString &name) const;
+    void AdoptClient(QTcpSocket *socket);
+    void ReportAcceptFailure(const QString &reason);
 
     struct SpyTable;
     std::shared_ptr<SpyTable> m_spies;
@@ -231,6 +233,7 @@ private:
     QList<QPair<QString, QPointer<QTcpSocket>>> m_queue;
     QSet<QTcpSocket *> m_clients; // a set: every message asks whether its client is still here
     bool m_acceptFailing = false;  // accepting failed and has not succeeded since
+    QObject *m_acceptor = nullptr; // accepts the server's connections where it can (ClientAcceptor.h)
     std::shared_ptr<MyTimer> m_timer;
     const QString m_token = qEnvironmentVariable("UIREMOTE_TOKEN");
     QSet<QTcpSocket *> m_authenticated; // connections that gave the token (when one is set)
