@@ -182,6 +182,19 @@ $(awk '/MemTotal/ {printf "%.1f GiB", $2 / 1048576}' /proc/meminfo) memory, $(un
   echo "off = no naming; hooks = IdNames (objects named as created); walk = every object visited before"
   echo "each message (uiremote-host --name-from-ids before IdNames). near: the target is found first;"
   echo "far: the search visits all 10,000 objects before it. In-process, so no round trip in the figures."
+
+  # 7: idle connections.
+  echo
+  echo "== 7. One active client beside 3,000 idle connections =="
+  start_host bench/scenes/small.qml || exit 1
+  host_pid=$HOST_PID
+  host_port=$HOST_PORT
+  step "$BIN/bench-client" record --port "$host_port" --out "$WORK/idle.replies"
+  start_floor --replies "$WORK/idle.replies" || exit 1
+  step "$BIN/bench-client" idle --host "$host_port" --floor "$FLOOR_PORT" --idle 3000 --messages 3000 --repeats 3
+  stop "$host_pid" "$FLOOR_PID"
+  echo "ratio = msgs/s with the idle connections / msgs/s without; the floor's ratio is what the event"
+  echo "loop's poll() over every descriptor costs, the host's beyond it is its own per-client work."
   echo
   echo "load average at end: $(cut -d' ' -f1-3 /proc/loadavg)"
 }

@@ -3,6 +3,7 @@
 #include "UIRemoteControl.h"
 
 #include "TraceLog.h"
+#include "Limits.h"
 
 #include <QJSValue>
 #include <QTcpSocket>
@@ -116,9 +117,23 @@ bool UIRemoteControl::Action(const ParsedMessageInfo &info, QVariant &value)
         value = QVariant();
         return false;
     }
+    // A value too deep to convert fails the control instead of overflowing the stack.
+    if (value.isValid() && !CheckNesting(value, "UIRemoteControl::Action")) {
+        value = QVariant();
+        return false;
+    }
     // Script values (returned by QML functions) become plain variants so the reply can hold them.
     if (value.userType() == qMetaTypeId<QJSValue>())
         value = value.value<QJSValue>().toVariant();
     return result;
 }
 
+
+bool UIRemoteControl::CheckNesting(const QVariant &value, const char *function) const
+{
+    if (Limits::WithinNesting(value))
+        return true;
+    RC_ERROR("%s, value nested deeper than %d levels", function, Limits::kMaxNesting);
+    SetFailureReason(QStringLiteral("the value is nested deeper than %1 levels").arg(Limits::kMaxNesting));
+    return false;
+}

@@ -4,11 +4,14 @@
 
 #include "UIRemoteControl.h"
 
+#include "TraceLog.h"
+
 #include <QJSEngine>
 #include <QMetaMethod>
 #include <QQmlContext>
 #include <QQmlEngine>
 #include <QQmlProperty>
+#include <QUrl>
 
 #include <cmath>
 
@@ -55,6 +58,20 @@ bool ConvertArgument(const QVariant &argument, int type, QVariant &converted)
 
 QString Signature(const QMetaMethod &method) { return QString::fromLatin1(method.methodSignature()); }
 
+// The scheme of the URL that writing value into a url-typed property of object would load from:
+// a relative URL is resolved the way QML resolves it, against the object's context. Empty for
+// an empty URL, which loads nothing.
+QString LoadScheme(QObject *object, const QVariant &value, QQmlContext *fallback)
+{
+    QUrl url = value.userType() == QMetaType::QUrl ? value.toUrl() : QUrl(value.toString());
+    if (url.isEmpty())
+        return QString();
+    QQmlContext *context = qmlContext(object) ? qmlContext(object) : fallback;
+    if (url.isRelative() && context)
+        url = context->resolvedUrl(url);
+    return url.scheme().toLower();
+}
+
 } // namespace
 
 bool UIRemoteControl::ReadPropertyExtended(QObject *object, const ArgumentMap &args, QVariant &value)
@@ -69,7 +86,10 @@ bool UIRemoteControl::ReadPropertyExtended(QObject *object, const ArgumentMap &a
         SetFailureReason(QStringLiteral("%1 has no property '%2'").arg(ArgumentsPath(args), name));
         return false;
     }
-    value = ReplyValue(property.read());
+    const QVariant read = property.read();
+    if (!CheckNesting(read, "UIRemoteControl::DoGetProperty"))
+        return false;
+    value = ReplyValue(read);
     return true;
 }
 
@@ -88,6 +108,19 @@ bool UIRemoteControl::WritePropertyExtended(QObject *object, const ArgumentMap &
     if (!property.isWritable()) {
         SetFailureReason(QStringLiteral("property '%1' of %2 is read-only").arg(name, ArgumentsPath(args)));
         return false;
+    }
+    // A Loader's or an Image's source set to a URL of the client's choosing would make the
+    // application fetch, and for QML run, whatever that place serves. Only its own files and
+    // resources are accepted, unless UIREMOTE_ALLOW_REMOTE_URLS=1.
+    if (property.propertyType() == QMetaType::QUrl && qEnvironmentVariableIntValue("UIREMOTE_ALLOW_REMOTE_URLS") != 1) {
+        const QString scheme = LoadScheme(property.object(), args.value(QStringLiteral("propval")), m_context);
+        if (!scheme.isEmpty() && scheme != QLatin1String("file") && scheme != QLatin1String("qrc")) {
+            RC_ERROR("%s, url scheme refused: %s", "UIRemoteControl::DoSetProperty", qPrintable(scheme));
+            SetFailureReason(QStringLiteral("property '%1' of %2 takes only file: and qrc: URLs, not %3: "
+                                            "(UIREMOTE_ALLOW_REMOTE_URLS=1 allows any)")
+                                 .arg(name, ArgumentsPath(args), scheme));
+            return false;
+        }
     }
     if (!property.write(args.value(QStringLiteral("propval")))) {
         SetFailureReason(QStringLiteral("property '%1' of %2 (%3) cannot take that value")
@@ -129,8 +162,12 @@ bool UIRemoteControl::InvokeTyped(QObject *object, const ArgumentMap &args, QVar
                 SetFailureReason(QStringLiteral("%1 failed: %2").arg(Signature(method), result.toString()));
                 return false;
             }
-            if (value)
+            if (value) {
+                // Converted only when not too deep to convert.
+                if (!CheckNesting(QVariant::fromValue(result), "UIRemoteControl::DoInvokeRetMethod"))
+                    return false;
                 *value = result.toVariant();
+            }
             return true;
         }
     }

@@ -98,13 +98,16 @@ bool UIRemoteControl::DoWheel(const ArgumentMap &args, QVariant &)
     const QString platform = QGuiApplication::platformName();
     const bool pixels = platform == QLatin1String("cocoa") || platform.startsWith(QLatin1String("wayland"));
     const auto modifiers = Qt::KeyboardModifiers(args.value(QStringLiteral("keyboardModifier")).toInt());
+    const InputInjector::Target target(window, item);
     QPoint sent;
     for (int i = 1; i <= notches; ++i) {
         const QPoint upTo(total.x() * i / notches, total.y() * i / notches);
         const QPoint angle = upTo - sent;
         sent = upTo;
         const QPoint pixel = pixels ? QPoint(angle.x() / 12, angle.y() / 12) : QPoint();
-        InputInjector::SendWheel(window, scenePoint, angle, pixel, modifiers);
+        // A notch may destroy the item or its window: the turn ends there.
+        if (!InputInjector::SendWheel(target, scenePoint, angle, pixel, modifiers))
+            return ActionInterrupted("UIRemoteControl::DoWheel", args, target.WindowGone());
     }
     return true;
 }
@@ -134,6 +137,8 @@ bool UIRemoteControl::DoSwipe(const ArgumentMap &args, QVariant &)
     const QPointF sceneFrom = item->mapToScene(from);
     if (!CheckActionable(args, item, window, sceneFrom, button))
         return false;
-    InputInjector::SendSwipe(window, button, sceneFrom, item->mapToScene(to), steps, duration);
+    const InputInjector::Target target(window, item);
+    if (!InputInjector::SendSwipe(target, button, sceneFrom, item->mapToScene(to), steps, duration))
+        return ActionInterrupted("UIRemoteControl::DoSwipe", args, target.WindowGone());
     return true;
 }

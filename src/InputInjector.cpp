@@ -32,11 +32,15 @@ namespace InputInjector {
 // Delivers one mouse action to a window exactly as the Qt Test library's mouseEvent() for a
 // QWindow does (same event sequence, buttons, time stamps, default delay and shared button
 // state), except that modifier bits outside Qt::KeyboardModifierMask are dropped instead of
-// aborting the process: a client must never be able to end the application.
-void SendMouseEvent(QTest::MouseAction action, QWindow *window, Qt::MouseButton button,
+// aborting the process: a client must never be able to end the application. Handlers run while
+// the events are delivered, and the default delay runs the event loop: before each event the
+// target is checked again, so that nothing is sent to, or read from, a destroyed window.
+bool SendMouseEvent(QTest::MouseAction action, const Target &target, Qt::MouseButton button,
                     Qt::KeyboardModifiers stateKey, QPoint pos, int delay)
 {
-    const QSize windowSize = window->geometry().size();
+    if (!target.Alive())
+        return false;
+    const QSize windowSize = target.Window()->geometry().size();
     if (windowSize.width() <= pos.x() || windowSize.height() <= pos.y()) {
         qWarning("%s", qPrintable(QString::fromLatin1("Mouse event at %1, %2 occurs outside of target window (%3x%4).")
                                       .arg(pos.x())
@@ -49,45 +53,75 @@ void SendMouseEvent(QTest::MouseAction action, QWindow *window, Qt::MouseButton 
     if (delay > 0) {
         QTest::qWait(delay);
         QTest::lastMouseTimestamp += delay;
+        if (!target.Alive())
+            return false;
     }
+    QWindow *window = target.Window();
     if (pos.isNull())
         pos = QPoint(window->width() / 2, window->height() / 2);
     stateKey &= static_cast<unsigned int>(Qt::KeyboardModifierMask);
 
     const QPointF global = window->mapToGlobal(pos);
-    QPointer<QWindow> w(window);
     Qt::MouseButtons &buttons = QTestPrivate::qtestMouseButtons;
+    bool first = true;
+    // Sends one event of the sequence; false, sending nothing, once the target is gone.
+    const auto send = [&](Qt::MouseButton which, QEvent::Type type) {
+        if (!first && !target.Alive())
+            return false;
+        first = false;
+        if (type == QEvent::MouseButtonPress)
+            buttons.setFlag(which, true);
+        else if (type == QEvent::MouseButtonRelease)
+            buttons.setFlag(which, false);
+        qt_handleMouseEvent(target.Window(), pos, global, buttons, which, type, stateKey, ++QTest::lastMouseTimestamp);
+        return true;
+    };
+    // A press whose sequence was cut short is released, so that no button stays held.
+    const auto interrupted = [&] {
+        if (buttons.testFlag(button))
+            ReleaseHeldButton(target, button, pos);
+        return false;
+    };
     switch (action) {
     case QTest::MouseDClick:
-        buttons.setFlag(button, true);
-        qt_handleMouseEvent(w, pos, global, buttons, button, QEvent::MouseButtonPress, stateKey,
-                            ++QTest::lastMouseTimestamp);
-        buttons.setFlag(button, false);
-        qt_handleMouseEvent(w, pos, global, buttons, button, QEvent::MouseButtonRelease, stateKey,
-                            ++QTest::lastMouseTimestamp);
+        if (!send(button, QEvent::MouseButtonPress))
+            return interrupted();
+        if (!send(button, QEvent::MouseButtonRelease))
+            return interrupted();
         Q_FALLTHROUGH();
     case QTest::MousePress:
     case QTest::MouseClick:
-        buttons.setFlag(button, true);
-        qt_handleMouseEvent(w, pos, global, buttons, button, QEvent::MouseButtonPress, stateKey,
-                            ++QTest::lastMouseTimestamp);
+        if (!send(button, QEvent::MouseButtonPress))
+            return interrupted();
         SetLastMouseButton(button);
         if (action == QTest::MousePress)
             break;
         Q_FALLTHROUGH();
     case QTest::MouseRelease:
-        buttons.setFlag(button, false);
-        qt_handleMouseEvent(w, pos, global, buttons, button, QEvent::MouseButtonRelease, stateKey,
-                            ++QTest::lastMouseTimestamp);
+        if (!send(button, QEvent::MouseButtonRelease))
+            return interrupted();
         QTest::lastMouseTimestamp += QTest::mouseDoubleClickInterval; // no accidental double clicks
         SetLastMouseButton(Qt::NoButton);
         break;
     case QTest::MouseMove:
-        qt_handleMouseEvent(w, pos, global, buttons, Qt::NoButton, QEvent::MouseMove, stateKey,
-                            ++QTest::lastMouseTimestamp);
+        send(Qt::NoButton, QEvent::MouseMove);
         break;
     }
     qApp->processEvents();
+    return true;
+}
+
+void ReleaseHeldButton(const Target &target, Qt::MouseButton button, QPoint pos)
+{
+    Qt::MouseButtons &buttons = QTestPrivate::qtestMouseButtons;
+    buttons.setFlag(button, false);
+    SetLastMouseButton(Qt::NoButton);
+    if (QWindow *window = target.Window()) {
+        qt_handleMouseEvent(window, pos, window->mapToGlobal(pos), buttons, button, QEvent::MouseButtonRelease,
+                            Qt::NoModifier, ++QTest::lastMouseTimestamp);
+        QTest::lastMouseTimestamp += QTest::mouseDoubleClickInterval;
+        qApp->processEvents();
+    }
 }
 
 bool KeyToAsciiKnows(int key)
@@ -115,11 +149,17 @@ bool KeyToAsciiKnows(int key)
 // arguments, events processed after each), except that the key code stays an int: a client's
 // code outside the range of Qt::Key (such as 0x7fffffff) must not be made a Qt::Key, which is
 // undefined behaviour.
-void SendKeyClick(QWindow *window, int key, const QString &text, Qt::KeyboardModifiers modifier)
+bool SendKeyClick(const Target &target, int key, const QString &text, Qt::KeyboardModifiers modifier)
 {
-    // QTest hands its delay (-1) on as the event's count; keep that.
-    const auto send = [window](bool press, int code, Qt::KeyboardModifiers mods, const QString &keyText) {
-        qt_handleKeyEvent(window, press ? QEvent::KeyPress : QEvent::KeyRelease, code, mods, keyText, false,
+    // QTest hands its delay (-1) on as the event's count; keep that. Each event is followed by
+    // event processing, which may destroy the window: nothing is sent after that.
+    bool complete = true;
+    const auto send = [&target, &complete](bool press, int code, Qt::KeyboardModifiers mods, const QString &keyText) {
+        if (!complete || !target.Alive()) {
+            complete = false;
+            return;
+        }
+        qt_handleKeyEvent(target.Window(), press ? QEvent::KeyPress : QEvent::KeyRelease, code, mods, keyText, false,
                           ushort(-1));
         qApp->processEvents();
     };
@@ -146,6 +186,7 @@ void SendKeyClick(QWindow *window, int key, const QString &text, Qt::KeyboardMod
         send(false, Qt::Key_Control, shiftControl, QString());
     if (modifier & Qt::ShiftModifier)
         send(false, Qt::Key_Shift, shift, QString());
+    return complete;
 }
 
 namespace {
@@ -167,21 +208,24 @@ int KeyForCharacter(uint ucs4)
 
 } // namespace
 
-void SendCharacter(QWindow *window, const QString &character)
+bool SendCharacter(const Target &target, const QString &character)
 {
     const QVector<uint> codes = character.toUcs4();
     const int key = codes.isEmpty() ? 0 : KeyForCharacter(codes.first());
-    const QPointer<QWindow> guard(window);
     for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease}) {
-        if (!guard)
-            return;
-        qt_handleKeyEvent(guard, type, key, Qt::NoModifier, character, false, 1);
+        if (!target.Alive())
+            return false;
+        qt_handleKeyEvent(target.Window(), type, key, Qt::NoModifier, character, false, 1);
         qApp->processEvents();
     }
+    return true;
 }
 
-void SendWheel(QWindow *window, QPointF pos, QPoint angleDelta, QPoint pixelDelta, Qt::KeyboardModifiers modifiers)
+bool SendWheel(const Target &target, QPointF pos, QPoint angleDelta, QPoint pixelDelta, Qt::KeyboardModifiers modifiers)
 {
+    if (!target.Alive())
+        return false;
+    QWindow *window = target.Window();
     modifiers &= static_cast<unsigned int>(Qt::KeyboardModifierMask);
     const QPointF global = window->mapToGlobal(pos.toPoint()) + (pos - QPointF(pos.toPoint()));
     QWheelEvent event(pos, global, pixelDelta, angleDelta, QTestPrivate::qtestMouseButtons, modifiers,
@@ -189,19 +233,25 @@ void SendWheel(QWindow *window, QPointF pos, QPoint angleDelta, QPoint pixelDelt
     event.setTimestamp(ulong(++QTest::lastMouseTimestamp));
     QGuiApplication::sendEvent(window, &event);
     qApp->processEvents();
+    return true;
 }
 
-void SendSwipe(QWindow *window, Qt::MouseButton button, QPointF from, QPointF to, int steps, int durationMs)
+bool SendSwipe(const Target &target, Qt::MouseButton button, QPointF from, QPointF to, int steps, int durationMs)
 {
     steps = qMax(1, steps);
     durationMs = qMax(0, durationMs);
-    const QPointer<QWindow> guard(window);
     Qt::MouseButtons &buttons = QTestPrivate::qtestMouseButtons;
-    const auto send = [&guard, &buttons](QEvent::Type type, Qt::MouseButton which, const QPointF &pos, int stamp) {
-        if (!guard)
+    bool complete = true;
+    QPointF last = from;
+    const auto send = [&](QEvent::Type type, Qt::MouseButton which, const QPointF &pos, int stamp) {
+        if (!complete || !target.Alive()) {
+            complete = false;
             return;
-        const QPointF global = guard->mapToGlobal(pos.toPoint()) + (pos - QPointF(pos.toPoint()));
-        qt_handleMouseEvent(guard, pos, global, buttons, which, type, Qt::NoModifier, stamp);
+        }
+        QWindow *window = target.Window();
+        const QPointF global = window->mapToGlobal(pos.toPoint()) + (pos - QPointF(pos.toPoint()));
+        qt_handleMouseEvent(window, pos, global, buttons, which, type, Qt::NoModifier, stamp);
+        last = pos;
         qApp->processEvents();
     };
 
@@ -216,14 +266,21 @@ void SendSwipe(QWindow *window, Qt::MouseButton button, QPointF from, QPointF to
         const int due = qRound(durationMs * share);
         if (clock.elapsed() < due)
             QTest::qWait(int(due - clock.elapsed()));
+        if (!complete || !target.Alive())
+            break;
         // At least one unit apart, so that no two moves share a time stamp.
         send(QEvent::MouseMove, Qt::NoButton, from + (to - from) * share, start + qMax(due, i));
+    }
+    if (!complete || !target.Alive()) {
+        ReleaseHeldButton(target, button, last.toPoint());
+        return false;
     }
     const int end = start + qMax(durationMs, steps) + 1;
     buttons.setFlag(button, false);
     send(QEvent::MouseButtonRelease, button, to, end);
     QTest::lastMouseTimestamp = end + QTest::mouseDoubleClickInterval; // no accidental double clicks
     SetLastMouseButton(Qt::NoButton);
+    return true;
 }
 
 } // namespace InputInjector

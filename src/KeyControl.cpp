@@ -22,7 +22,10 @@ bool UIRemoteControl::DoKeyClick(const ArgumentMap &args)
         return false;
     }
     const char ascii = InputInjector::KeyToAsciiKnows(key) ? QTest::keyToAscii(Qt::Key(key)) : char(0);
-    InputInjector::SendKeyClick(window, key, ascii ? QString(QChar::fromLatin1(ascii)) : QString(), modifiers);
+    // A key handler may close and destroy the window (a dialog on Escape): the click then ends there.
+    const InputInjector::Target target(window);
+    if (!InputInjector::SendKeyClick(target, key, ascii ? QString(QChar::fromLatin1(ascii)) : QString(), modifiers))
+        return ActionInterrupted("UIRemoteControl::DoKeyClick", args, true);
     return true;
 }
 

@@ -5,6 +5,7 @@
 #include "InputInjector.h"
 #include "TraceLog.h"
 
+#include <QPointer>
 #include <QQuickItem>
 #include <QWindow>
 
@@ -13,6 +14,7 @@
 namespace {
 
 using InputInjector::SendMouseEvent;
+using InputInjector::Target;
 
 // Coordinates beyond the int range (a client's point near INT_MAX in a moved item, or a huge
 // item size) are clamped: converting them to int would be undefined. qRound() needs one unit of
@@ -42,49 +44,62 @@ QPoint ToScene(QQuickItem *item, const QPoint &local)
     return RoundedPoint(item->mapToScene(QPointF(local)));
 }
 
-void ClickItem(QQuickItem *item, QWindow *window, Qt::MouseButton button, bool doubleClick, bool usePoint, int x,
+// The helpers below send their events to a target (the window and the item) and return false when
+// the events destroyed the item or the window before the action's last event.
+
+bool ClickItem(const Target &target, QQuickItem *item, Qt::MouseButton button, bool doubleClick, bool usePoint, int x,
                int y, Qt::KeyboardModifiers modifiers)
 {
     RC_TRACE_SCOPE("`anonymous-namespace'::ClickItem");
     const QPoint pos = usePoint ? ToScene(item, QPoint(x, y)) : SceneCentre(item);
-    SendMouseEvent(doubleClick ? QTest::MouseDClick : QTest::MouseClick, window, button, modifiers, pos);
+    return SendMouseEvent(doubleClick ? QTest::MouseDClick : QTest::MouseClick, target, button, modifiers, pos);
 }
 
-void HoverOnItemCenter(QQuickItem *item, QWindow *window)
+bool HoverOnItemCenter(const Target &target, QQuickItem *item)
 {
     RC_TRACE_SCOPE("`anonymous-namespace'::HoverOnItemCenter");
-    SendMouseEvent(QTest::MouseMove, window, Qt::NoButton, Qt::NoModifier, SceneCentre(item));
+    return SendMouseEvent(QTest::MouseMove, target, Qt::NoButton, Qt::NoModifier, SceneCentre(item));
 }
 
-void HoverOnPointInItem(QQuickItem *item, QWindow *window, int x, int y)
+bool HoverOnPointInItem(const Target &target, QQuickItem *item, int x, int y)
 {
     RC_TRACE_SCOPE("`anonymous-namespace'::HoverOnPointInItem");
-    SendMouseEvent(QTest::MouseMove, window, Qt::NoButton, Qt::NoModifier, ToScene(item, QPoint(x, y)));
+    return SendMouseEvent(QTest::MouseMove, target, Qt::NoButton, Qt::NoModifier, ToScene(item, QPoint(x, y)));
 }
 
-void DragItem(QQuickItem *item, QWindow *window, const QPoint &from, const QPoint &to)
+// A press and a move: the press may destroy the item (a popup that closes on press) or its
+// window, so the item is mapped for the move only when it still exists. A drag cut short that
+// way releases its button, so that nothing stays held.
+bool DragItem(const Target &target, QQuickItem *item, const QPoint &from, const QPoint &to)
 {
     RC_TRACE_SCOPE("`anonymous-namespace'::DragItem");
-    SendMouseEvent(QTest::MousePress, window, Qt::LeftButton, Qt::NoModifier, ToScene(item, from));
-    SendMouseEvent(QTest::MouseMove, window, Qt::NoButton, Qt::NoModifier, ToScene(item, to));
+    const QPointer<QQuickItem> guard(item);
+    const QPoint scenePress = ToScene(item, from);
+    if (!SendMouseEvent(QTest::MousePress, target, Qt::LeftButton, Qt::NoModifier, scenePress))
+        return false;
+    if (!target.Alive() || !guard) {
+        InputInjector::ReleaseHeldButton(target, Qt::LeftButton, scenePress);
+        return false;
+    }
+    return SendMouseEvent(QTest::MouseMove, target, Qt::NoButton, Qt::NoModifier, ToScene(guard, to));
 }
 
-void DragItemFromCenter(QQuickItem *item, QWindow *window, const QPoint &to)
+bool DragItemFromCenter(const Target &target, QQuickItem *item, const QPoint &to)
 {
     RC_TRACE_SCOPE("`anonymous-namespace'::DragItemFromCenter");
-    DragItem(item, window, IntegerCentre(item), to);
+    return DragItem(target, item, IntegerCentre(item), to);
 }
 
-void DropItem(QQuickItem *item, QWindow *window, int x, int y)
+bool DropItem(const Target &target, QQuickItem *item, int x, int y)
 {
     RC_TRACE_SCOPE("`anonymous-namespace'::DropItem");
-    SendMouseEvent(QTest::MouseRelease, window, Qt::LeftButton, Qt::NoModifier, ToScene(item, QPoint(x, y)));
+    return SendMouseEvent(QTest::MouseRelease, target, Qt::LeftButton, Qt::NoModifier, ToScene(item, QPoint(x, y)));
 }
 
-void PressItem(QQuickItem *item, QWindow *window, int x, int y)
+bool PressItem(const Target &target, QQuickItem *item, int x, int y)
 {
     RC_TRACE_SCOPE("`anonymous-namespace'::PressItem");
-    SendMouseEvent(QTest::MousePress, window, Qt::LeftButton, Qt::NoModifier, ToScene(item, QPoint(x, y)));
+    return SendMouseEvent(QTest::MousePress, target, Qt::LeftButton, Qt::NoModifier, ToScene(item, QPoint(x, y)));
 }
 
 bool HasPoint(const ArgumentMap &args)
@@ -124,7 +139,9 @@ bool UIRemoteControl::DoClick(const ArgumentMap &args, bool doubleClick)
     if (WantsActionable(args) &&
         !CheckActionable(args, item, window, usePoint ? ToScene(item, point) : SceneCentre(item), button))
         return false;
-    ClickItem(item, window, button, doubleClick, usePoint, point.x(), point.y(), modifiers);
+    const Target target(window, item);
+    if (!ClickItem(target, item, button, doubleClick, usePoint, point.x(), point.y(), modifiers))
+        return ActionInterrupted("UIRemoteControl::DoClick", args, target.WindowGone());
     return true;
 }
 
@@ -139,12 +156,16 @@ bool UIRemoteControl::DoHover(const ArgumentMap &args)
         !CheckActionable(args, item, window, HasPoint(args) ? ToScene(item, ArgPoint(args, "x", "y")) : SceneCentre(item),
                          Qt::NoButton))
         return false;
+    const Target target(window, item);
+    bool sent = false;
     if (HasPoint(args)) {
         const QPoint point = ArgPoint(args, "x", "y");
-        HoverOnPointInItem(item, window, point.x(), point.y());
+        sent = HoverOnPointInItem(target, item, point.x(), point.y());
     } else {
-        HoverOnItemCenter(item, window);
+        sent = HoverOnItemCenter(target, item);
     }
+    if (!sent)
+        return ActionInterrupted("UIRemoteControl::DoHover", args, target.WindowGone());
     return true;
 }
 
@@ -161,10 +182,11 @@ bool UIRemoteControl::DoDrag(const ArgumentMap &args)
         !CheckActionable(args, item, window, ToScene(item, fromTo ? ArgPoint(args, "from_x", "from_y") : IntegerCentre(item)),
                          Qt::LeftButton))
         return false;
-    if (fromTo)
-        DragItem(item, window, ArgPoint(args, "from_x", "from_y"), ArgPoint(args, "to_x", "to_y"));
-    else
-        DragItemFromCenter(item, window, PointOrIntegerCentre(args, item));
+    const Target target(window, item);
+    const bool sent = fromTo ? DragItem(target, item, ArgPoint(args, "from_x", "from_y"), ArgPoint(args, "to_x", "to_y"))
+                             : DragItemFromCenter(target, item, PointOrIntegerCentre(args, item));
+    if (!sent)
+        return ActionInterrupted("UIRemoteControl::DoDrag", args, target.WindowGone());
     return true;
 }
 
@@ -179,7 +201,9 @@ bool UIRemoteControl::DoDrop(const ArgumentMap &args)
     // A release goes to whatever holds the press: only the item and the point are checked.
     if (WantsActionable(args) && !CheckActionable(args, item, window, ToScene(item, point), Qt::LeftButton, false))
         return false;
-    DropItem(item, window, point.x(), point.y());
+    const Target target(window, item);
+    if (!DropItem(target, item, point.x(), point.y()))
+        return ActionInterrupted("UIRemoteControl::DoDrop", args, target.WindowGone());
     return true;
 }
 
@@ -193,7 +217,21 @@ bool UIRemoteControl::DoPress(const ArgumentMap &args)
     const QPoint point = PointOrIntegerCentre(args, item);
     if (WantsActionable(args) && !CheckActionable(args, item, window, ToScene(item, point), Qt::LeftButton))
         return false;
-    PressItem(item, window, point.x(), point.y());
+    const Target target(window, item);
+    if (!PressItem(target, item, point.x(), point.y()))
+        return ActionInterrupted("UIRemoteControl::DoPress", args, target.WindowGone());
     return true;
 }
 
+
+bool UIRemoteControl::ActionInterrupted(const char *function, const ArgumentMap &args, bool windowGone) const
+{
+    if (windowGone) {
+        RC_ERROR("%s, the window was destroyed during the action", function);
+        SetFailureReason(QStringLiteral("the window was destroyed during the action"));
+    } else {
+        RC_ERROR("%s, the item was destroyed during the action", function);
+        SetFailureReason(QStringLiteral("the item %1 was destroyed during the action").arg(ArgumentsPath(args)));
+    }
+    return false;
+}

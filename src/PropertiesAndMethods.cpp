@@ -25,6 +25,9 @@ bool UIRemoteControl::DoSetProperty(const ArgumentMap &args)
     QObject *object = FindQMLObject(args);
     if (!object)
         return false;
+    // Writing converts the value once per level of nesting (into a script value for "var").
+    if (!CheckNesting(args.value(QStringLiteral("propval")), "UIRemoteControl::DoSetProperty"))
+        return false;
     if (m_extensions)
         return WritePropertyExtended(object, args);
     return QQmlProperty::write(object, args.value(QStringLiteral("property")).toString(),
@@ -85,7 +88,7 @@ bool UIRemoteControl::DoInvokeRetMethod(const ArgumentMap &args, QVariant &value
         return false;
     if (m_extensions) {
         QVariant returned;
-        if (!InvokeTyped(object, args, &returned))
+        if (!InvokeTyped(object, args, &returned) || !CheckNesting(returned, "UIRemoteControl::DoInvokeRetMethod"))
             return false;
         value = ReplyValue(returned);
         return true;

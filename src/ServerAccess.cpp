@@ -66,7 +66,7 @@ bool UIRemoteControl::Authenticate(QTcpSocket *socket, int first)
     }
     RC_ERROR("%s, client not authenticated: connection closed", "UIRemoteControl::Authenticate");
     m_queue.erase(m_queue.begin() + qMin(first, m_queue.size()), m_queue.end());
-    m_clients.removeOne(socket);
+    m_clients.remove(socket);
     socket->disconnect(this);
     socket->abort();
     socket->deleteLater();

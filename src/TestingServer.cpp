@@ -3,6 +3,8 @@
 
 #include "UIRemoteControl.h"
 
+#include "ClientAcceptor.h"
+#include "Limits.h"
 #include "TraceLog.h"
 
 #include <QTcpSocket>
@@ -20,6 +22,13 @@ UIRemoteControl::UIRemoteControl(QObject *root, QQmlContext *context, int port, 
     }
     m_timer = std::make_shared<MyTimer>();
     connect(&m_server, SIGNAL(newConnection()), this, SLOT(HandleNewClientConnected()));
+    connect(&m_server, SIGNAL(acceptError(QAbstractSocket::SocketError)), this,
+            SLOT(HandleAcceptError(QAbstractSocket::SocketError)));
+    if (ClientAcceptor::Supported()) {
+        m_acceptor = new ClientAcceptor(
+            &m_server, [this](QTcpSocket *socket) { AdoptClient(socket); },
+            [this](const QString &reason) { ReportAcceptFailure(reason); }, this);
+    }
 }
 
 UIRemoteControl::UIRemoteControl(QObject *root, QQmlContext *context, QWindow *window)
@@ -33,20 +42,47 @@ UIRemoteControl::~UIRemoteControl()
     // The sockets die with the server; they must not call back into this half-destroyed object.
     for (QTcpSocket *socket : qAsConst(m_clients))
         socket->disconnect(this);
+    delete m_acceptor; // it watches the listening socket
     m_server.close();
 }
 
 void UIRemoteControl::HandleNewClientConnected()
 {
-    while (m_server.hasPendingConnections()) {
-        QTcpSocket *socket = m_server.nextPendingConnection();
-        // Replies are small writes; without this, a reply that follows another one can wait for
-        // the client's delayed acknowledgement (tens of milliseconds).
-        socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-        m_clients.append(socket);
-        connect(socket, SIGNAL(disconnected()), this, SLOT(ReleaseClient()));
-        connect(socket, SIGNAL(readyRead()), this, SLOT(ReadDataFromClient()));
-    }
+    while (m_server.hasPendingConnections())
+        AdoptClient(m_server.nextPendingConnection());
+}
+
+void UIRemoteControl::AdoptClient(QTcpSocket *socket)
+{
+    // Replies are small writes; without this, a reply that follows another one can wait for
+    // the client's delayed acknowledgement (tens of milliseconds).
+    socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    m_clients.insert(socket);
+    m_acceptFailing = false;
+    connect(socket, SIGNAL(disconnected()), this, SLOT(ReleaseClient()));
+    connect(socket, SIGNAL(readyRead()), this, SLOT(ReadDataFromClient()));
+}
+
+// Accepting failed where Qt reports it (where the acceptor does not accept itself). Qt has
+// stopped accepting; it resumes after a pause instead of never.
+void UIRemoteControl::HandleAcceptError(QAbstractSocket::SocketError)
+{
+    m_server.pauseAccepting();
+    ReportAcceptFailure(m_server.errorString());
+    QTimer::singleShot(Limits::kAcceptPauseMs, this, [this] {
+        if (m_server.isListening() && !m_acceptor)
+            m_server.resumeAccepting();
+    });
+}
+
+// One line per run of failures (until a client is accepted again).
+void UIRemoteControl::ReportAcceptFailure(const QString &reason)
+{
+    if (m_acceptFailing)
+        return;
+    m_acceptFailing = true;
+    RC_ERROR("%s, accepting a client failed (%s): accepting again every %d ms", "UIRemoteControl::HandleAcceptError",
+             qPrintable(reason), Limits::kAcceptPauseMs);
 }
 
 void UIRemoteControl::ReleaseClient()
@@ -54,7 +90,7 @@ void UIRemoteControl::ReleaseClient()
     auto *socket = qobject_cast<QTcpSocket *>(sender());
     if (!socket)
         return;
-    m_clients.removeOne(socket);
+    m_clients.remove(socket);
     m_authenticated.remove(socket);
     socket->deleteLater();
 }
@@ -161,7 +197,22 @@ void UIRemoteControl::ResponseToClient(QTcpSocket *socket, bool success, const Q
     QString text;
     SerializeJSON(reply, text);
     // A socket that has disconnected (and waits for deletion) gets nothing.
-    if (socket && socket->state() == QAbstractSocket::ConnectedState)
-        socket->write(text.toUtf8());
+    if (!socket || socket->state() != QAbstractSocket::ConnectedState)
+        return;
+    const QByteArray bytes = text.toUtf8();
+    // A client that does not read its replies would make them pile up here without end.
+    const qint64 unsent = socket->bytesToWrite();
+    if (unsent > 0 && unsent + bytes.size() > Limits::kMaxUnsentOutput) {
+        RC_ERROR("%s, client does not read its replies (%lld bytes unsent): disconnected",
+                 "UIRemoteControl::ResponseToClient", static_cast<long long>(unsent));
+        // Its waiting messages go with it: nobody would read their replies either.
+        for (int i = m_queue.size() - 1; i >= 0; --i) {
+            if (m_queue.at(i).second == socket)
+                m_queue.removeAt(i);
+        }
+        socket->abort();
+        return;
+    }
+    socket->write(bytes);
 }
 

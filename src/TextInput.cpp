@@ -53,7 +53,13 @@ bool UIRemoteControl::DoTypeText(const ArgumentMap &args, QVariant &)
         const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
         if (!CheckActionable(args, item, window, centre, Qt::LeftButton))
             return false;
-        InputInjector::SendMouseEvent(QTest::MouseClick, window, Qt::LeftButton, Qt::NoModifier, centre.toPoint());
+        const InputInjector::Target target(window, item);
+        if (!InputInjector::SendMouseEvent(QTest::MouseClick, target, Qt::LeftButton, Qt::NoModifier, centre.toPoint()))
+            return ActionInterrupted("UIRemoteControl::DoTypeText", args, target.WindowGone());
+        // The click may have destroyed the window (its item is not needed any more).
+        if (target.WindowGone())
+            return ActionInterrupted("UIRemoteControl::DoTypeText", args, true);
+        window = target.Window();
     } else {
         const QString winName = args.value(QStringLiteral("winobjname")).toString();
         window = winName.isEmpty() ? m_window.data() : nullptr;
@@ -77,13 +83,15 @@ bool UIRemoteControl::DoTypeText(const ArgumentMap &args, QVariant &)
         SetFailureReason(QStringLiteral("no item has the keyboard focus in the window %1").arg(window->objectName()));
         return false;
     }
-    const QPointer<QWindow> guard(window);
-    for (const QString &character : Characters(textValue.toString())) {
-        if (!guard) {
+    const InputInjector::Target target(window);
+    const QStringList characters = Characters(textValue.toString());
+    for (int i = 0; i < characters.size(); ++i) {
+        // A key may close and destroy the window; typing ends there.
+        if (!InputInjector::SendCharacter(target, characters.at(i)) || (i + 1 < characters.size() && target.WindowGone())) {
+            RC_ERROR("%s, the window was destroyed during the action", "UIRemoteControl::DoTypeText");
             SetFailureReason(QStringLiteral("the window was destroyed while typing"));
             return false;
         }
-        InputInjector::SendCharacter(guard, character);
     }
     return true;
 }

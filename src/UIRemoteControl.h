@@ -134,6 +134,12 @@ protected:
     static ExtensionHandler FindExtension(const QString &word);
     void ExtractExtensionWord(const QVariant &request, ParsedMessageInfo &info) const;
     void SetFailureReason(const QString &reason) const;
+    // The failure of an action whose own events destroyed its item or its window before its last
+    // event (the rest of its events were not sent): one log line, the reason, false.
+    bool ActionInterrupted(const char *function, const ArgumentMap &args, bool windowGone) const;
+    // False, with one log line and the reason, for a value nested deeper than a reply or a
+    // property write may take (Limits::kMaxNesting); checked before the value is converted.
+    bool CheckNesting(const QVariant &value, const char *function) const;
 
     // Typing, gestures and actionability (TextInput.cpp, Gestures.cpp, Actionability.cpp). The
     // target of a new pointer word is resolved by ResolveActionTarget: the item, and the named
@@ -201,12 +207,15 @@ protected:
 
 private slots:
     void HandleNewClientConnected();
+    void HandleAcceptError(QAbstractSocket::SocketError error);
     void ReleaseClient();
     void ReadDataFromClient();
     void ParseMessageAndDoControl();
 
 private:
     QObject *PluginObject(const QString &name) const;
+    void AdoptClient(QTcpSocket *socket);
+    void ReportAcceptFailure(const QString &reason);
 
     struct SpyTable;
     std::shared_ptr<SpyTable> m_spies;
@@ -222,7 +231,9 @@ private:
     QQmlContext *m_context = nullptr;
     QTcpServer m_server;
     QList<QPair<QString, QPointer<QTcpSocket>>> m_queue;
-    QList<QTcpSocket *> m_clients;
+    QSet<QTcpSocket *> m_clients; // a set: every message asks whether its client is still here
+    bool m_acceptFailing = false;  // accepting failed and has not succeeded since
+    QObject *m_acceptor = nullptr; // accepts the server's connections where it can (ClientAcceptor.h)
     std::shared_ptr<MyTimer> m_timer;
     const QString m_token = qEnvironmentVariable("UIREMOTE_TOKEN");
     QSet<QTcpSocket *> m_authenticated; // connections that gave the token (when one is set)

@@ -2,6 +2,8 @@
 # Included by tests/CMakeLists.txt. Needs Debian's /usr/bin/python3 with python3-pytest.
 #   robustness_inputs  one named test per bad input, each with its exact reply sequence
 #   robustness_soak    20 concurrent clients x 500 mixed messages
+#   robustness_faults  faults a test or a client can provoke: deleted root, unread replies,
+#                      no descriptors left, many idle connections
 if(TARGET uiremote-host)
   set(UIRC_PYTHON "/usr/bin/python3" CACHE FILEPATH "Python interpreter for the Python client tests")
   set(robustness_env
@@ -13,7 +15,7 @@ if(TARGET uiremote-host)
     "PYTHONDONTWRITEBYTECODE=1"
     # These suites pin the replies of the twenty controls byte for byte: extension mode off.
     "UIREMOTE_EXTENSIONS=0")
-  foreach(part inputs soak)
+  foreach(part inputs soak faults)
     add_test(NAME robustness_${part}
       COMMAND ${UIRC_PYTHON} -m pytest -q -rA -p no:cacheprovider
               --basetemp=${CMAKE_CURRENT_BINARY_DIR}/robustness_${part}.tmp

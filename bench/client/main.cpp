@@ -21,6 +21,9 @@
 //   bench-client memory --host P --host-pid PID --floor P --floor-pid PID [--clients N]
 //                       [--soak-clients N] [--soak-messages N]
 //       VmRSS of both servers idle, with N clients connected, after they left, after a soak
+//   bench-client idle --host P --floor P [--idle N] [--messages N] [--repeats N]
+//       one active client's getpro messages per second with no other connection and with N idle
+//       ones (default 3000), on both servers, and the ratios
 //   bench-client genscene --shape wide|balanced --objects N --out FILE
 //       writes a QML scene and prints "objects=<named items> path=<dotted path of the last item>"
 //
@@ -34,7 +37,7 @@ using namespace bench;
 int main(int argc, char **argv)
 {
     if (argc < 2)
-        Die("usage: bench-client freeport|requests|record|roundtrip|pipeline|lookup|memory|genscene [--options]");
+        Die("usage: bench-client freeport|requests|record|roundtrip|pipeline|lookup|memory|idle|genscene [--options]");
     const std::string command = argv[1];
     if (command == "requests") {
         Args args = ParseArgs(argc, argv, argc > 2 && argv[2][0] != '-' ? 3 : 2);
@@ -55,6 +58,8 @@ int main(int argc, char **argv)
         return Lookup(args);
     if (command == "memory")
         return MemoryBench(args);
+    if (command == "idle")
+        return IdleBench(args);
     if (command == "genscene")
         return GenScene(args);
     Die("unknown command " + command);

@@ -8,6 +8,7 @@
 #include <QCommandLineParser>
 #include <QDir>
 #include <QGuiApplication>
+#include <QPointer>
 #include <QQmlApplicationEngine>
 #include <QQmlContext>
 #include <QQuickWindow>
@@ -41,7 +42,8 @@ void PrintNode(QTextStream &out, const QVariantMap &node, int depth)
 }
 
 // The remote control, with the host's extras: ids as names (objects created since the last
-// message are named before the next one), and the tree dump.
+// message are named before the next one), and the tree dump. The root is guarded: a client may
+// delete it ("invoke" of deleteLater) like any object it can name.
 class HostRemoteControl : public UIRemoteControl {
 public:
     HostRemoteControl(QObject *root, QQmlContext *context, int port, QWindow *window, bool nameFromIds)
@@ -53,7 +55,11 @@ public:
 
     // Prints the tree that the "tree" control replies: one line per object with its label, type
     // and the path that finds it ("-" when none does).
-    void DumpTree(QTextStream &out) { PrintNode(out, LiveTree::Build(m_root, m_root), 0); }
+    void DumpTree(QTextStream &out)
+    {
+        if (m_root)
+            PrintNode(out, LiveTree::Build(m_root, m_root), 0);
+    }
 
 protected:
     void PickNextControl() override
@@ -64,16 +70,18 @@ protected:
     }
 
 private:
-    QObject *m_root;
+    QPointer<QObject> m_root;
     bool m_nameFromIds;
 };
 
-// The window's image, taken while the scene is still rendering.
+// The window's image, taken while the scene is still rendering. A client may have destroyed the
+// window meanwhile; there is no image then.
 bool SaveScreenshot(QQuickWindow *window, const QString &file)
 {
     const QImage image = SceneTree::Grab(window);
     if (image.isNull() || !image.save(file)) {
-        std::fprintf(stderr, "uiremote-host: could not save %s (%s)\n", qPrintable(file), image.isNull() ? "no image" : "write failed");
+        std::fprintf(stderr, "uiremote-host: could not save %s (%s)\n", qPrintable(file),
+                     !window ? "the window is gone" : image.isNull() ? "no image" : "write failed");
         return false;
     }
     return true;
@@ -121,7 +129,8 @@ int RunHost(int argc, char *argv[], const std::function<void(QQmlApplicationEngi
         return 1;
     }
     QObject *root = engine.rootObjects().first();
-    QQuickWindow *window = SceneTree::WindowOfRoot(root);
+    // Guarded: clients can destroy the window (and the root) before the host quits.
+    const QPointer<QQuickWindow> window = SceneTree::WindowOfRoot(root);
 
     bool portOk = false;
     const int port = parser.value(portOption).toInt(&portOk);
