@@ -356,5 +356,6 @@ int Pipeline(const Args &args);
 int Lookup(const Args &args);
 int GenScene(const Args &args);
 int MemoryBench(const Args &args);
+int Drive(const Args &args);
 
 } // namespace bench

@@ -21,6 +21,9 @@
 //   bench-client memory --host P --host-pid PID --floor P --floor-pid PID [--clients N]
 //                       [--soak-clients N] [--soak-messages N]
 //       VmRSS of both servers idle, with N clients connected, after they left, after a soak
+//   bench-client drive --port P [--kind getpro|invokeret|none] [--messages N] [--chunk N]
+//       N messages (getpro of the small scene, or invokeret echo), chunk messages per write, the
+//       next write after all replies to the last; for instruction counts (none: connect, close)
 //   bench-client genscene --shape wide|balanced --objects N --out FILE
 //       writes a QML scene and prints "objects=<named items> path=<dotted path of the last item>"
 //
@@ -34,7 +37,7 @@ using namespace bench;
 int main(int argc, char **argv)
 {
     if (argc < 2)
-        Die("usage: bench-client freeport|requests|record|roundtrip|pipeline|lookup|memory|genscene [--options]");
+        Die("usage: bench-client freeport|requests|record|roundtrip|pipeline|lookup|memory|drive|genscene [--options]");
     const std::string command = argv[1];
     if (command == "requests") {
         Args args = ParseArgs(argc, argv, argc > 2 && argv[2][0] != '-' ? 3 : 2);
@@ -55,6 +58,8 @@ int main(int argc, char **argv)
         return Lookup(args);
     if (command == "memory")
         return MemoryBench(args);
+    if (command == "drive")
+        return Drive(args);
     if (command == "genscene")
         return GenScene(args);
     Die("unknown command " + command);
