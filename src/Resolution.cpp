@@ -32,12 +32,14 @@ QObject *UIRemoteControl::FindNamedQMLObject(const ArgumentMap &args) const
         SetFailureReason(QStringLiteral("%1 in %2").arg(error, path));
         return nullptr;
     }
+    // The route only feeds the trace: without a log library nothing would ever read it.
     RouteStack route;
+    RouteStack *tracedRoute = TraceLog::Enabled() ? &route : nullptr;
     QObject *found = nullptr;
     if (Selector::HasSelector(segments))
-        found = Selector::Find(m_root, segments, &route);
+        found = Selector::Find(m_root, segments, tracedRoute);
     else
-        found = FindQMLObject(m_root, path.split(QLatin1Char('.'), Qt::KeepEmptyParts, Qt::CaseSensitive), &route);
+        found = FindQMLObject(m_root, path.split(QLatin1Char('.'), Qt::KeepEmptyParts, Qt::CaseSensitive), tracedRoute);
     route.DumpSnapshots();
     if (!found) {
         RC_ERROR("%s, can not find QObject %s", "UIRemoteControl::FindNamedQMLObject", path.toLocal8Bit().constData());

@@ -221,7 +221,7 @@ private:
     QPointer<QWindow> m_window;
     QQmlContext *m_context = nullptr;
     QTcpServer m_server;
-    QList<QPair<QString, QPointer<QTcpSocket>>> m_queue;
+    QList<QPair<QByteArray, QPointer<QTcpSocket>>> m_queue; // messages as received (UTF-8)
     QList<QTcpSocket *> m_clients;
     std::shared_ptr<MyTimer> m_timer;
     const QString m_token = qEnvironmentVariable("UIREMOTE_TOKEN");
