@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstring>
 #include <initializer_list>
+#include <string>
 #include <vector>
 
 QString UIRemoteControl::GetObjectOrClassName(const QObject *object)
@@ -134,6 +135,15 @@ class ClassNames {
 public:
     ClassNames(std::initializer_list<const char *> names) : m_names(names)
     {
+        // The part every name starts with ("QQuick"): a class name holds a name only where it
+        // holds that part, so the search looks for the part once and compares the rest there.
+        m_prefix = m_names.empty() ? std::string() : std::string(m_names.front());
+        for (const char *name : m_names) {
+            size_t common = 0;
+            while (common < m_prefix.size() && name[common] == m_prefix[common])
+                ++common;
+            m_prefix.resize(common);
+        }
         for (const QMetaObject *base : {&QQuickItem::staticMetaObject, &QObject::staticMetaObject}) {
             bool matches = false;
             for (const QMetaObject *meta = base; meta && !matches; meta = meta->superClass())
@@ -159,14 +169,18 @@ public:
 private:
     bool HasName(const char *className) const
     {
-        for (const char *name : m_names) {
-            if (std::strstr(className, name))
-                return true;
+        const size_t prefix = m_prefix.size();
+        for (const char *at = std::strstr(className, m_prefix.c_str()); at && *at; at = std::strstr(at + 1, m_prefix.c_str())) {
+            for (const char *name : m_names) {
+                if (std::strncmp(at + prefix, name + prefix, std::strlen(name + prefix)) == 0)
+                    return true;
+            }
         }
         return false;
     }
 
     std::vector<const char *> m_names;
+    std::string m_prefix;
     std::vector<const QMetaObject *> m_ends;
 };
 

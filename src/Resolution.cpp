@@ -23,10 +23,11 @@ QObject *UIRemoteControl::FindNamedQMLObject(const ArgumentMap &args) const
     const QString parent = args.value(QStringLiteral("parobjname")).toString();
     const QString name = args.value(QStringLiteral("objname")).toString();
     const QString path = parent.isEmpty() ? name : parent + QLatin1Char('.') + name;
-    // In extension mode a segment in braces is a selector; paths of names take the name search.
+    // In extension mode a segment in braces is a selector; paths of names take the name search
+    // (a path without '{' has no selector and always parses).
     Selector::Path segments;
     QString error;
-    if (m_extensions && !Selector::Parse(path, segments, &error)) {
+    if (m_extensions && path.contains(QLatin1Char('{')) && !Selector::Parse(path, segments, &error)) {
         RC_ERROR("%s, %s in %s", "UIRemoteControl::FindNamedQMLObject", error.toLocal8Bit().constData(),
                  path.toLocal8Bit().constData());
         SetFailureReason(QStringLiteral("%1 in %2").arg(error, path));
