@@ -2,7 +2,7 @@
 # Benchmarks of the remote control (make bench): round trip, pipelined throughput, lookup scaling
 # and memory, each against a floor measured in the same run. Builds what it needs into the build
 # directory ($1, default build), starts every server on a free port, prints the tables and keeps
-# a copy in <build>/bench-results.txt. Takes about a minute and a half. See bench/README.md.
+# a copy in <build>/bench-results.txt. Takes about three minutes. See bench/README.md.
 set -u
 BUILD_DIR=${1:-build}
 cd "$(dirname "$0")/.." || exit 1
