@@ -2,7 +2,7 @@
 # Benchmarks of the remote control (make bench): round trip, pipelined throughput, lookup scaling
 # and memory, each against a floor measured in the same run. Builds what it needs into the build
 # directory ($1, default build), starts every server on a free port, prints the tables and keeps
-# a copy in <build>/bench-results.txt. Takes about a minute and a half. See bench/README.md.
+# a copy in <build>/bench-results.txt. Takes about three minutes. See bench/README.md.
 set -u
 BUILD_DIR=${1:-build}
 cd "$(dirname "$0")/.." || exit 1
@@ -37,7 +37,9 @@ if [ ! -f "$BUILD_DIR/CMakeCache.txt" ]; then
 fi
 cmake --build "$BUILD_DIR" -j2 --target uiremote-host lookup_bench echo-floor bench-client scene-lookup interaction-bench tree_bench ids-bench || exit 1
 
-# Starts a server that prints "listening on <port>"; sets SERVER_PID and SERVER_PORT.
+# Starts a server that prints "listening on <port>"; sets SERVER_PID and SERVER_PORT. Waits up to
+# START_LIMIT tenths of a second (a minute; longer under valgrind).
+START_LIMIT=600
 start_server() {
   local out=$1
   shift
@@ -48,7 +50,7 @@ start_server() {
   local i=0
   until grep -q "listening on" "$out"; do
     i=$((i + 1))
-    if [ $i -gt 600 ] || ! kill -0 "$SERVER_PID" 2>/dev/null; then
+    if [ $i -gt "$START_LIMIT" ] || ! kill -0 "$SERVER_PID" 2>/dev/null; then
       echo "did not start: $* ($(cat "$out.err" | tail -n 2))" >&2
       return 1
     fi
@@ -85,6 +87,67 @@ stop() {
     kill "$pid" 2>/dev/null
     wait "$pid" 2>/dev/null
   done
+}
+
+# Instructions per request under callgrind: the server runs under valgrind with its counters
+# zeroed when a connection is accepted and dumped when its end is signalled, so each dump holds exactly
+# one connection's work. Three connections: none (connect and close), N getpro one in flight, N
+# invokeret echo in chunks of 10 per write (the next chunk after the 10 replies, so each chunk is
+# one read at any speed). Per request = (dump - the empty connection's dump) / N. Instruction
+# counts do not depend on the machine's load, unlike the timed figures.
+# Usage: callgrind_counts NAME ZERO_FUNCTION DUMP_FUNCTION server command...; sets CG_<NAME>_*.
+CG_MESSAGES=2000
+# Both servers take a connection with QTcpServer::nextPendingConnection() and hear of its end
+# through QAbstractSocket::disconnected(): the same points in Qt's code delimit both dumps.
+CG_ZERO='QTcpServer::nextPendingConnection*'
+CG_DUMP='QAbstractSocket::disconnected*'
+callgrind_counts() {
+  local name=$1 zero=$2 dump=$3
+  shift 3
+  local out=$WORK/cg.$name
+  rm -f "$out".*
+  START_LIMIT=3000 start_server "$WORK/cg-$name.out" valgrind --tool=callgrind --callgrind-out-file="$out" \
+    --zero-before="$zero" --dump-before="$dump" "$@" || return 1
+  local pid=$SERVER_PID port=$SERVER_PORT
+  step "$BIN/bench-client" drive --port "$port" --kind none
+  sleep 1
+  step "$BIN/bench-client" drive --port "$port" --kind getpro --messages "$CG_MESSAGES"
+  sleep 1
+  step "$BIN/bench-client" drive --port "$port" --kind invokeret --messages "$CG_MESSAGES" --chunk 10
+  sleep 1
+  stop "$pid"
+  local counts
+  counts=$(bench/callgrind-count.py "$out".1 "$out".2 "$out".3) || return 1
+  echo "$counts" >"$WORK/cg-$name.counts"
+  read -r CG_IR CG_ALLOC CG_REALLOC < <(echo "$counts" | awk -v n="$CG_MESSAGES" '
+    NR == 1 { ir0 = $2; a0 = $3; r0 = $4 }
+    NR > 1 { ir[NR] = ($2 - ir0) / n; al[NR] = ($3 - a0) / n; re[NR] = ($4 - r0) / n }
+    END { printf "%.0f,%.0f %.1f,%.1f %.1f,%.1f\n", ir[2], ir[3], al[2], al[3], re[2], re[3] }')
+  eval "CG_${name}_IR=\$CG_IR CG_${name}_ALLOC=\$CG_ALLOC CG_${name}_REALLOC=\$CG_REALLOC"
+}
+
+callgrind_section() {
+  if ! command -v valgrind >/dev/null; then
+    echo "valgrind is not installed: no instruction counts"
+    return 0
+  fi
+  step "$BIN/bench-client" record --port "$1" --out "$WORK/cg.replies" --echo "$CG_MESSAGES"
+  callgrind_counts host "$CG_ZERO" "$CG_DUMP" \
+    "$HOST" --port "$("$BIN/bench-client" freeport)" bench/scenes/small.qml || { echo "!! failed: callgrind host"; STATUS=1; return; }
+  callgrind_counts floor "$CG_ZERO" "$CG_DUMP" \
+    "$BIN/echo-floor" --port 0 --replies "$WORK/cg.replies" || { echo "!! failed: callgrind floor"; STATUS=1; return; }
+  awk -v hi="$CG_host_IR" -v fi="$CG_floor_IR" -v ha="$CG_host_ALLOC" -v fa="$CG_floor_ALLOC" \
+      -v hr="$CG_host_REALLOC" -v fr="$CG_floor_REALLOC" -v n="$CG_MESSAGES" 'BEGIN {
+    split(hi, h, ","); split(fi, f, ","); split(ha, x, ","); split(fa, y, ","); split(hr, p, ","); split(fr, q, ",")
+    printf "%-34s | %10s %10s %8s | %12s %12s\n", "per request (" n " requests)", "host Ir", "floor Ir", "x floor", \
+      "host allocs", "floor allocs"
+    printf "%s\n", "----------------------------------------------------------------------------------------------"
+    printf "%-34s | %10d %10d %7.2fx | %5.1f + %4.1fr %5.1f + %4.1fr\n", "getpro, one in flight", h[1], f[1], h[1] / f[1], x[1], p[1], y[1], q[1]
+    printf "%-34s | %10d %10d %7.2fx | %5.1f + %4.1fr %5.1f + %4.1fr\n", "invokeret echo, chunks of 10", h[2], f[2], h[2] / f[2], x[2], p[2], y[2], q[2]
+    printf "getpro instructions are %.2fx the floor'"'"'s (target: at most 2.5x): %s\n", h[1] / f[1], h[1] / f[1] <= 2.5 ? "met" : "NOT met"
+  }'
+  echo "Ir = instructions executed in the server process per request (callgrind; user space, every library)."
+  echo "allocs = calls to malloc/calloc per request + calls to realloc (r)."
 }
 
 log_library() {
@@ -125,6 +188,12 @@ $(awk '/MemTotal/ {printf "%.1f GiB", $2 / 1048576}' /proc/meminfo) memory, $(un
   step "$BIN/bench-client" pipeline --host "$host_port" --floor "$floor_port" \
     --messages 10000 --clients 10 --chunk 10 --window 100 --repeats 3
   stop "$host_pid" "$floor_pid"
+  echo
+  echo "== 2b. Instructions per request (callgrind) =="
+  start_host bench/scenes/small.qml || exit 1
+  host_pid=$HOST_PID
+  callgrind_section "$HOST_PORT"
+  stop "$host_pid"
 
   # 3: generated scenes.
   echo

@@ -23,21 +23,24 @@ QObject *UIRemoteControl::FindNamedQMLObject(const ArgumentMap &args) const
     const QString parent = args.value(QStringLiteral("parobjname")).toString();
     const QString name = args.value(QStringLiteral("objname")).toString();
     const QString path = parent.isEmpty() ? name : parent + QLatin1Char('.') + name;
-    // In extension mode a segment in braces is a selector; paths of names take the name search.
+    // In extension mode a segment in braces is a selector; paths of names take the name search
+    // (a path without '{' has no selector and always parses).
     Selector::Path segments;
     QString error;
-    if (m_extensions && !Selector::Parse(path, segments, &error)) {
+    if (m_extensions && path.contains(QLatin1Char('{')) && !Selector::Parse(path, segments, &error)) {
         RC_ERROR("%s, %s in %s", "UIRemoteControl::FindNamedQMLObject", error.toLocal8Bit().constData(),
                  path.toLocal8Bit().constData());
         SetFailureReason(QStringLiteral("%1 in %2").arg(error, path));
         return nullptr;
     }
+    // The route only feeds the trace: without a log library nothing would ever read it.
     RouteStack route;
+    RouteStack *tracedRoute = TraceLog::Enabled() ? &route : nullptr;
     QObject *found = nullptr;
     if (Selector::HasSelector(segments))
-        found = Selector::Find(m_root, segments, &route);
+        found = Selector::Find(m_root, segments, tracedRoute);
     else
-        found = FindQMLObject(m_root, path.split(QLatin1Char('.'), Qt::KeepEmptyParts, Qt::CaseSensitive), &route);
+        found = FindQMLObject(m_root, path.split(QLatin1Char('.'), Qt::KeepEmptyParts, Qt::CaseSensitive), tracedRoute);
     route.DumpSnapshots();
     if (!found) {
         RC_ERROR("%s, can not find QObject %s", "UIRemoteControl::FindNamedQMLObject", path.toLocal8Bit().constData());

@@ -21,7 +21,7 @@ struct Count {
 QObject *Step(QObject *object, const Path &path, int head, Count &count, RouteStack *route)
 {
     const QString name = object->objectName();
-    RouteStackGuard guard(name.isEmpty() ? QString::fromLatin1(object->metaObject()->className()) : name, route);
+    RouteStackGuard guard(object, route);
     const Segment &segment = path.at(head);
     bool consumed = false;
     if (!segment.isSelector) {

@@ -10,6 +10,7 @@
 #include "UIRemoteControl.h"
 
 #include "TraceLog.h"
+#include "WireText.h"
 
 #include <QTcpSocket>
 
@@ -41,10 +42,10 @@ bool SameSecret(const QByteArray &given, const QByteArray &expected)
     return difference == 0;
 }
 
-bool IsAuthMessage(const QString &text, const QString &token)
+bool IsAuthMessage(const QByteArray &message, const QString &token)
 {
     QVariant request;
-    if (!ParseJSON(text, request) || request.type() != QVariant::Map)
+    if (!WireText::ParseMessage(message, request) || request.type() != QVariant::Map)
         return false;
     const QVariantMap map = request.toMap();
     if (map.size() != 1 || map.firstKey() != QLatin1String("auth"))

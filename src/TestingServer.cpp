@@ -6,6 +6,7 @@
 #include "ClientAcceptor.h"
 #include "Limits.h"
 #include "TraceLog.h"
+#include "WireText.h"
 
 #include <QTcpSocket>
 #include <QTimer>
@@ -110,50 +111,55 @@ void UIRemoteControl::ReadDataFromClient()
     }
 }
 
-namespace {
-
-// The whole buffer as UTF-8, NUL bytes included: a NUL makes the message fail to parse instead
-// of silently cutting it short.
-QString DecodeMessage(const QByteArray &bytes)
-{
-    return QString::fromUtf8(bytes.constData(), bytes.size());
-}
-
-} // namespace
-
 // Cuts the bytes at hand into messages: whitespace outside strings is dropped, a '}' directly
 // followed by '{' ends a message, and the end of the bytes at hand ends the last one (even when
 // it is empty). Nothing is kept between reads: a message split over two reads becomes two
-// broken messages, so clients send each message whole and wait for its reply.
+// broken messages, so clients send each message whole and wait for its reply. Messages stay
+// bytes until they are parsed (WireText::ParseMessage).
 void UIRemoteControl::ReadMessage(QTcpSocket *socket)
 {
-    const QByteArray bytes = socket->readAll();
-    QByteArray buffer;
+    // What the socket has buffered, read in one piece (readAll() grows its buffer in steps).
+    QByteArray bytes(int(qMax<qint64>(0, socket->bytesAvailable())), Qt::Uninitialized);
+    bytes.resize(int(qMax<qint64>(0, socket->read(bytes.data(), bytes.size()))));
+    // The kept bytes move down in place (they never overtake the bytes being read); each message
+    // is the stretch [start, out) of them.
+    char *data = bytes.data();
+    const int size = bytes.size();
+    const QPointer<QTcpSocket> guarded(socket);
+    int out = 0;
+    int start = 0;
     bool inQuotes = false;
-    for (const char c : bytes) {
+    for (int i = 0; i < size; ++i) {
+        const char c = data[i];
         if (c == '"') {
             inQuotes = !inQuotes;
-            buffer.append(c);
+            data[out++] = c;
             continue;
         }
         if (inQuotes) {
-            buffer.append(c);
+            data[out++] = c;
             continue;
         }
-        if (c == '{' && buffer.endsWith('}')) {
-            m_queue.append(qMakePair(DecodeMessage(buffer), QPointer<QTcpSocket>(socket)));
-            buffer.clear();
+        if (c == '{' && out > start && data[out - 1] == '}') {
+            m_queue.append(qMakePair(QByteArray(data + start, out - start), guarded));
+            start = out;
         }
         if (c == ' ' || (c >= 0x09 && c <= 0x0D))
             continue;
-        buffer.append(c);
+        data[out++] = c;
     }
-    m_queue.append(qMakePair(DecodeMessage(buffer), QPointer<QTcpSocket>(socket)));
+    if (start == 0) { // a single message: the buffer itself
+        bytes.resize(out);
+        m_queue.append(qMakePair(bytes, guarded));
+    } else {
+        m_queue.append(qMakePair(QByteArray(data + start, out - start), guarded));
+    }
 }
 
 void UIRemoteControl::PickNextControl()
 {
-    QTimer::singleShot(0, this, SLOT(ParseMessageAndDoControl()));
+    // Queued like a zero-time single shot, without looking the slot up by its name each time.
+    QMetaObject::invokeMethod(this, &UIRemoteControl::ParseMessageAndDoControl, Qt::QueuedConnection);
 }
 
 void UIRemoteControl::ParseMessageAndDoControl()
@@ -162,7 +168,7 @@ void UIRemoteControl::ParseMessageAndDoControl()
         m_busy = false;
         return;
     }
-    const QPair<QString, QPointer<QTcpSocket>> message = m_queue.takeFirst();
+    const QPair<QByteArray, QPointer<QTcpSocket>> message = m_queue.takeFirst();
     const QPointer<QTcpSocket> &socket = message.second;
     if (!socket || !m_clients.contains(socket.data())) {
         ResponseToClient(socket.data(), false, QVariant());
@@ -171,7 +177,7 @@ void UIRemoteControl::ParseMessageAndDoControl()
         return;
     }
     QVariant request;
-    if (message.first.isEmpty() || !ParseJSON(message.first, request) || request.type() != QVariant::Map) {
+    if (!WireText::ParseMessage(message.first, request) || request.type() != QVariant::Map) {
         RC_ERROR("%s, parse message failed", "UIRemoteControl::ParseMessageAndDoControl");
         SetFailureReason(QStringLiteral("the message is not a JSON object"));
         ResponseToClient(socket.data(), false, QVariant());
@@ -194,12 +200,10 @@ void UIRemoteControl::ResponseToClient(QTcpSocket *socket, bool success, const Q
     if (!success && m_extensions && !m_failureReason.isEmpty())
         reply.insert(QStringLiteral("error"), m_failureReason);
     m_failureReason.clear();
-    QString text;
-    SerializeJSON(reply, text);
+    const QByteArray bytes = WireText::SerializeMessage(reply);
     // A socket that has disconnected (and waits for deletion) gets nothing.
     if (!socket || socket->state() != QAbstractSocket::ConnectedState)
         return;
-    const QByteArray bytes = text.toUtf8();
     // A client that does not read its replies would make them pile up here without end.
     const qint64 unsent = socket->bytesToWrite();
     if (unsent > 0 && unsent + bytes.size() > Limits::kMaxUnsentOutput) {

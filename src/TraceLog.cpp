@@ -76,6 +76,12 @@ struct ModuleLifetime {
 
 namespace TraceLog {
 
+bool Enabled()
+{
+    const LogObject *log = g_object;
+    return log && log->context() && log->shouldLog();
+}
+
 bool ShouldLog(int severity, const char *file, int line)
 {
     const LogObject *log = g_object;

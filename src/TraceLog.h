@@ -17,6 +17,11 @@ namespace TraceLog {
 
 enum Severity { Error = 2, Route = 3, Trace = 5 };
 
+// True when a log object with a context and a filter is present: only then can ShouldLog say
+// yes, and only then does it ask the library anything. Without the library, work that only
+// feeds log lines (the route of an object search) can be skipped without any visible change.
+UIREMOTECONTROL_EXPORT bool Enabled();
+
 // True when a log object with a context and a filter is present and the filter accepts
 // (level << 8) | severity for this source file and line.
 UIREMOTECONTROL_EXPORT bool ShouldLog(int severity, const char *file, int line);

@@ -230,7 +230,7 @@ private:
     QPointer<QWindow> m_window;
     QQmlContext *m_context = nullptr;
     QTcpServer m_server;
-    QList<QPair<QString, QPointer<QTcpSocket>>> m_queue;
+    QList<QPair<QByteArray, QPointer<QTcpSocket>>> m_queue; // messages as received (UTF-8)
     QSet<QTcpSocket *> m_clients; // a set: every message asks whether its client is still here
     bool m_acceptFailing = false;  // accepting failed and has not succeeded since
     QObject *m_acceptor = nullptr; // accepts the server's connections where it can (ClientAcceptor.h)

@@ -357,5 +357,6 @@ int Lookup(const Args &args);
 int GenScene(const Args &args);
 int MemoryBench(const Args &args);
 int IdleBench(const Args &args);
+int Drive(const Args &args);
 
 } // namespace bench

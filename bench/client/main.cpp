@@ -24,6 +24,9 @@
 //   bench-client idle --host P --floor P [--idle N] [--messages N] [--repeats N]
 //       one active client's getpro messages per second with no other connection and with N idle
 //       ones (default 3000), on both servers, and the ratios
+//   bench-client drive --port P [--kind getpro|invokeret|none] [--messages N] [--chunk N]
+//       N messages (getpro of the small scene, or invokeret echo), chunk messages per write, the
+//       next write after all replies to the last; for instruction counts (none: connect, close)
 //   bench-client genscene --shape wide|balanced --objects N --out FILE
 //       writes a QML scene and prints "objects=<named items> path=<dotted path of the last item>"
 //
@@ -37,7 +40,7 @@ using namespace bench;
 int main(int argc, char **argv)
 {
     if (argc < 2)
-        Die("usage: bench-client freeport|requests|record|roundtrip|pipeline|lookup|memory|idle|genscene [--options]");
+        Die("usage: bench-client freeport|requests|record|roundtrip|pipeline|lookup|memory|idle|drive|genscene [--options]");
     const std::string command = argv[1];
     if (command == "requests") {
         Args args = ParseArgs(argc, argv, argc > 2 && argv[2][0] != '-' ? 3 : 2);
@@ -60,6 +63,8 @@ int main(int argc, char **argv)
         return MemoryBench(args);
     if (command == "idle")
         return IdleBench(args);
+    if (command == "drive")
+        return Drive(args);
     if (command == "genscene")
         return GenScene(args);
     Die("unknown command " + command);
