@@ -113,10 +113,7 @@ bool UIRemoteControl::ResolveActionTarget(const ArgumentMap &args, QWindow **win
     const QString winName = args.value(QStringLiteral("winobjname")).toString();
     QWindow *named = nullptr;
     if (!winName.isEmpty()) {
-        for (QWindow *candidate : QGuiApplication::topLevelWindows()) {
-            if (candidate->objectName() == winName)
-                named = candidate;
-        }
+        named = WindowNamed(winName);
         if (!named) {
             SetFailureReason(QStringLiteral("no window is named \"%1\"").arg(winName));
             return false;
@@ -146,7 +143,7 @@ bool UIRemoteControl::CheckActionable(const ArgumentMap &args, QQuickItem *item,
         return false;
     };
     const QString winName = args.value(QStringLiteral("winobjname")).toString();
-    if (!winName.isEmpty() && window->objectName() != winName)
+    if (!winName.isEmpty() && window != WindowNamed(winName))
         return fail(QStringLiteral("no window is named \"%1\"").arg(winName));
     auto *quickWindow = qobject_cast<QQuickWindow *>(window);
     if (!quickWindow || item->window() != quickWindow)

@@ -9,6 +9,7 @@
 #include <QGuiApplication>
 #include <QJSValue>
 #include <QQuickItem>
+#include <QQuickWindow>
 #include <QWindow>
 
 QObject *UIRemoteControl::FindQMLObject(const ArgumentMap &args) const
@@ -77,6 +78,24 @@ QWindow *UIRemoteControl::FindQMLWindow(const QString &name) const
             return window;
     }
     return m_window;
+}
+
+QWindow *UIRemoteControl::WindowNamed(const QString &name)
+{
+    if (name.isEmpty())
+        return nullptr;
+    const QWindowList windows = QGuiApplication::topLevelWindows();
+    for (QWindow *window : windows) {
+        if (window->objectName() == name)
+            return window;
+    }
+    for (QWindow *window : windows) {
+        auto *quick = window->objectName().isEmpty() ? qobject_cast<QQuickWindow *>(window) : nullptr;
+        const QList<QQuickItem *> roots = quick ? quick->contentItem()->childItems() : QList<QQuickItem *>();
+        if (!roots.isEmpty() && roots.first()->objectName() == name)
+            return window;
+    }
+    return nullptr;
 }
 
 bool UIRemoteControl::FindWindowAndQuickItem(const ArgumentMap &args, const QString &caller, QWindow **window,

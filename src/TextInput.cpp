@@ -62,11 +62,7 @@ bool UIRemoteControl::DoTypeText(const ArgumentMap &args, QVariant &)
         window = target.Window();
     } else {
         const QString winName = args.value(QStringLiteral("winobjname")).toString();
-        window = winName.isEmpty() ? m_window.data() : nullptr;
-        for (QWindow *candidate : QGuiApplication::topLevelWindows()) {
-            if (!winName.isEmpty() && candidate->objectName() == winName)
-                window = candidate;
-        }
+        window = winName.isEmpty() ? m_window.data() : WindowNamed(winName);
         if (!window) {
             SetFailureReason(winName.isEmpty() ? QStringLiteral("there is no default window")
                                                : QStringLiteral("no window is named \"%1\"").arg(winName));

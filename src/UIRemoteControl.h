@@ -184,6 +184,9 @@ protected:
     QObject *FindNamedQMLObject(const ArgumentMap &args) const;
     QObject *FindUnnamedQMLObject(const ArgumentMap &args) const;
     QWindow *FindQMLWindow(const QString &name) const;
+    // The window of that name, or a nameless window (a QQuickView) whose root item has it; no
+    // fallback to the default window. Extension controls use it so that a made-up name fails.
+    static QWindow *WindowNamed(const QString &name);
     bool FindWindowAndQuickItem(const ArgumentMap &args, const QString &caller, QWindow **window,
                                 QQuickItem **item) const;
 

@@ -145,9 +145,7 @@ bool UIRemoteControl::DoWaitIdle(const ArgumentMap &args, QVariant &)
 {
     RC_TRACE_SCOPE("UIRemoteControl::DoWaitIdle");
     const QString winName = args.value(QStringLiteral("winobjname")).toString();
-    QWindow *found = winName.isEmpty() ? m_window.data() : FindQMLWindow(winName);
-    if (found && !winName.isEmpty() && found->objectName() != winName)
-        found = nullptr; // FindQMLWindow falls back to the default window
+    QWindow *found = winName.isEmpty() ? m_window.data() : WindowNamed(winName);
     const QPointer<QQuickWindow> window = qobject_cast<QQuickWindow *>(found);
     if (!window) {
         SetFailureReason(winName.isEmpty() ? QStringLiteral("there is no default window")

@@ -64,6 +64,8 @@ private slots:
         row("covered, drag", "drag", Click("covered"), "the item covered is covered at (40, 105) by cover");
         row("covered, hover", "hover", Click("covered"), "the item covered is covered at (40, 105) by cover");
         row("window name made up", "click", Click("target", "noSuchWindow"), "no window is named \"noSuchWindow\"");
+        // Only a nameless window (a QQuickView's) goes by its root item's name.
+        row("named window by its first item", "click", Click("target", "target"), "no window is named \"target\"");
         row("item of another window", "click", Click("target", "otherWindow"), "the item target is not shown in the window otherWindow");
         row("window not exposed", "click", Click("inHiddenWindow", "hiddenWindow"), "the window hiddenWindow is not exposed");
         row("swipe on a covered item", "swipe", QVariantMap{{"objname", "covered"}, {"from", "left"}, {"to", "right"}},

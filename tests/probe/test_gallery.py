@@ -1,6 +1,8 @@
 """Qt's Controls 2 gallery, built from Qt's own example sources, driven through the launcher as
 a user would: open the drawer from the tool bar, pick a page, press a button on it."""
 
+import re
+
 import pytest
 
 from conftest import program
@@ -18,11 +20,15 @@ def test_drawer_page_and_control(gallery):
     assert ui.get_property("titleLabel", "text").value == "Gallery"
     assert ui.get_property("drawer", "opened").value is False
 
-    # The tool bar's menu button sits left of the title, 20 pixels apart; it has no id, so it is
-    # clicked through the title's coordinates.
+    # The tool bar's menu button has no id: it is the window's first ToolButton. A click at the
+    # title's coordinates would be refused, since the button covers that point.
+    assert ui.find(type="ToolButton") == ["window.{ToolButton}", "window.{ToolButton}[1]"]
     title_x = ui.get_property("titleLabel", "x").value
-    title_height = ui.get_property("titleLabel", "height").value
-    assert ui.click("titleLabel", x=(title_x - 20) // 2 - title_x, y=title_height // 2).result is True
+    refused = ui.click("titleLabel", x=(title_x - 20) // 2 - title_x, y=5)
+    assert refused.result is False
+    assert re.fullmatch(r"the item titleLabel is covered at \(20, \d+\) by ToolButton_QMLTYPE_\d+", refused.error)
+    assert ui.get_property("drawer", "opened").value is False
+    assert ui.click("window.{ToolButton}").result is True
     assert ui.wait_for_property("drawer", "opened", True, timeout=20)
 
     # The seventh entry of the drawer's list is the Dialog page; rows are all the same height.
