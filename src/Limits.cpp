@@ -31,39 +31,31 @@ bool Within(const QJSValue &value, int levelsLeft)
     return true;
 }
 
-bool Within(const QVariant &value, int levelsLeft)
+// The elements of a list, map or hash, one level down.
+template <typename Container>
+bool ElementsWithin(const QVariant &value, int levelsLeft)
 {
-    const int type = value.userType();
-    if (type == qMetaTypeId<QJSValue>())
-        return Within(value.value<QJSValue>(), levelsLeft);
-    if (type == QMetaType::QVariantList) {
-        if (levelsLeft == 0)
+    if (levelsLeft == 0)
+        return false;
+    for (const QVariant &element : *static_cast<const Container *>(value.constData())) {
+        if (!Within(element, levelsLeft - 1))
             return false;
-        for (const QVariant &element : *static_cast<const QVariantList *>(value.constData())) {
-            if (!Within(element, levelsLeft - 1))
-                return false;
-        }
-        return true;
-    }
-    if (type == QMetaType::QVariantMap) {
-        if (levelsLeft == 0)
-            return false;
-        for (const QVariant &element : *static_cast<const QVariantMap *>(value.constData())) {
-            if (!Within(element, levelsLeft - 1))
-                return false;
-        }
-        return true;
-    }
-    if (type == QMetaType::QVariantHash) {
-        if (levelsLeft == 0)
-            return false;
-        for (const QVariant &element : *static_cast<const QVariantHash *>(value.constData())) {
-            if (!Within(element, levelsLeft - 1))
-                return false;
-        }
-        return true;
     }
     return true;
+}
+
+bool Within(const QVariant &value, int levelsLeft)
+{
+    switch (value.userType()) {
+    case QMetaType::QVariantList:
+        return ElementsWithin<QVariantList>(value, levelsLeft);
+    case QMetaType::QVariantMap:
+        return ElementsWithin<QVariantMap>(value, levelsLeft);
+    case QMetaType::QVariantHash:
+        return ElementsWithin<QVariantHash>(value, levelsLeft);
+    default:
+        return value.userType() != qMetaTypeId<QJSValue>() || Within(value.value<QJSValue>(), levelsLeft);
+    }
 }
 
 } // namespace
