@@ -1,3 +1,6 @@
+// The acceptor (ClientAcceptor.h): accept4() on the listening socket, and a pause instead of a
+// spin when the process has no descriptor left.
+
 #include "ClientAcceptor.h"
 
 #include "Limits.h"

@@ -2,8 +2,8 @@
 
 #include "UIRemoteControl.h"
 
-#include "TraceLog.h"
 #include "Limits.h"
+#include "TraceLog.h"
 
 #include <QJSValue>
 #include <QTcpSocket>
@@ -127,7 +127,6 @@ bool UIRemoteControl::Action(const ParsedMessageInfo &info, QVariant &value)
         value = value.value<QJSValue>().toVariant();
     return result;
 }
-
 
 bool UIRemoteControl::CheckNesting(const QVariant &value, const char *function) const
 {

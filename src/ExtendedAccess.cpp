@@ -204,8 +204,11 @@ bool UIRemoteControl::InvokeTyped(QObject *object, const ArgumentMap &args, QVar
             SetFailureReason(QStringLiteral("%1 could not be called").arg(Signature(method)));
             return false;
         }
-        if (value)
+        if (value) {
+            if (!CheckNesting(returned, "UIRemoteControl::DoInvokeRetMethod"))
+                return false;
             *value = returned;
+        }
         return true;
     }
     if (sameCount) {

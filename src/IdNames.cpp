@@ -1,3 +1,5 @@
+// Names from QML ids (IdNames.h): objects named as the engine creates them.
+
 #include "IdNames.h"
 
 #include "SceneTree.h"

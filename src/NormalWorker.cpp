@@ -1,3 +1,5 @@
+// The plugin's worker (NormalWorker.h): the remote control the host framework's plugin drives.
+
 #include "NormalWorker.h"
 
 #include "PluginUIRemoteControl.h"

@@ -1,3 +1,5 @@
+// The Qt plugin entry (PluginUIRemoteControl.h): what the host framework loads and calls in process.
+
 #include "PluginUIRemoteControl.h"
 
 #include "NormalWorker.h"

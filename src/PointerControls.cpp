@@ -5,7 +5,6 @@
 #include "InputInjector.h"
 #include "TraceLog.h"
 
-#include <QPointer>
 #include <QQuickItem>
 #include <QWindow>
 
@@ -73,15 +72,14 @@ bool HoverOnPointInItem(const Target &target, QQuickItem *item, int x, int y)
 bool DragItem(const Target &target, QQuickItem *item, const QPoint &from, const QPoint &to)
 {
     RC_TRACE_SCOPE("`anonymous-namespace'::DragItem");
-    const QPointer<QQuickItem> guard(item);
     const QPoint scenePress = ToScene(item, from);
     if (!SendMouseEvent(QTest::MousePress, target, Qt::LeftButton, Qt::NoModifier, scenePress))
         return false;
-    if (!target.Alive() || !guard) {
+    if (!target.Alive()) { // the target guards the item too
         InputInjector::ReleaseHeldButton(target, Qt::LeftButton, scenePress);
         return false;
     }
-    return SendMouseEvent(QTest::MouseMove, target, Qt::NoButton, Qt::NoModifier, ToScene(guard, to));
+    return SendMouseEvent(QTest::MouseMove, target, Qt::NoButton, Qt::NoModifier, ToScene(item, to));
 }
 
 bool DragItemFromCenter(const Target &target, QQuickItem *item, const QPoint &to)
@@ -222,7 +220,6 @@ bool UIRemoteControl::DoPress(const ArgumentMap &args)
         return ActionInterrupted("UIRemoteControl::DoPress", args, target.WindowGone());
     return true;
 }
-
 
 bool UIRemoteControl::ActionInterrupted(const char *function, const ArgumentMap &args, bool windowGone) const
 {

@@ -1,3 +1,5 @@
+// The search route (RouteStack.h): snapshots of the objects a search visits, and their trace lines.
+
 #include "RouteStack.h"
 
 #include "TraceLog.h"

@@ -1,3 +1,5 @@
+// The trace-log facade (TraceLog.h): the log library loaded through a platform shim, its filter and writer.
+
 #include "TraceLog.h"
 
 #include <cstdarg>

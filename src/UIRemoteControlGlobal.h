@@ -1,4 +1,5 @@
 #pragma once
+// The export macro of the library (UIREMOTECONTROL_EXPORT).
 #include <QtCore/qglobal.h>
 
 #if defined(UIREMOTECONTROL_LIBRARY)

@@ -70,6 +70,14 @@ private:
         }
         return nullptr;
     }
+    // The reply to a value nested too deeply: false, with the reason in extension mode.
+    static QJsonObject TooDeep(bool extensions)
+    {
+        QJsonObject expected{{"result", false}};
+        if (extensions)
+            expected.insert("error", "the value is nested deeper than 256 levels");
+        return expected;
+    }
     // The application still answers, with the value it had before.
     bool StillAnswers()
     {
@@ -283,10 +291,7 @@ private slots:
             QCOMPARE(levels, depth);
             QCOMPARE(ErrorLines(), QStringList());
         } else {
-            QJsonObject expected{{"result", false}};
-            if (extensions)
-                expected.insert("error", "the value is nested deeper than 256 levels");
-            QVERIFY(Interaction::SameReply(reply, expected));
+            QVERIFY(Interaction::SameReply(reply, TooDeep(extensions)));
             QCOMPARE(ErrorLines(), QStringList{function + ", value nested deeper than 256 levels"});
         }
         QVERIFY(StillAnswers());
@@ -308,10 +313,7 @@ private slots:
         QVERIFY(Call("fill", 20000));
         LogRecorder::Clear();
         const QJsonObject reply = m_session->Send(QStringLiteral("getpro"), {{"objname", kWindow}, {"property", "held"}}, 60000);
-        QJsonObject expected{{"result", false}};
-        if (extensions)
-            expected.insert("error", "the value is nested deeper than 256 levels");
-        QVERIFY(Interaction::SameReply(reply, expected));
+        QVERIFY(Interaction::SameReply(reply, TooDeep(extensions)));
         QCOMPARE(ErrorLines(), QStringList{function + ", value nested deeper than 256 levels"});
         QVERIFY(StillAnswers());
     }
@@ -333,9 +335,7 @@ private slots:
 
         m_session->client.Send(prefix + Nested(1000, "[", "0", "]") + "}}");
         QTRY_COMPARE_WITH_TIMEOUT(m_session->client.replies.size(), 1, 20000);
-        QJsonObject expected{{"result", false}};
-        if (extensions)
-            expected.insert("error", "the value is nested deeper than 256 levels");
+        const QJsonObject expected = TooDeep(extensions);
         QVERIFY(Interaction::SameReply(m_session->client.replies.at(0), expected));
         m_session->client.Send(prefix + Nested(300, R"({"a":)", "0", "}") + "}}");
         QTRY_COMPARE_WITH_TIMEOUT(m_session->client.replies.size(), 2, 20000);

@@ -1,3 +1,5 @@
+// uiremote-host: loads a QML file and serves its scene with the remote control (Host.h).
+
 #include "Host.h"
 
 #include <LiveTree.h>
