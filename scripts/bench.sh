@@ -81,6 +81,17 @@ start_floor() {
   FLOOR_PORT=$SERVER_PORT
 }
 
+# uiremote-host on SCENE beside an echo floor that answers with the replies the host gave to the
+# same requests (bench-client record OPTIONS), so both servers send the same bytes.
+# Usage: host_and_floor SCENE NAME [record options...]; sets HOST_* and FLOOR_*.
+host_and_floor() {
+  local scene=$1 name=$2
+  shift 2
+  start_host "$scene" || return 1
+  step "$BIN/bench-client" record --port "$HOST_PORT" --out "$WORK/$name.replies" "$@"
+  start_floor --replies "$WORK/$name.replies"
+}
+
 stop() {
   local pid
   for pid in "$@"; do
@@ -178,12 +189,9 @@ $(awk '/MemTotal/ {printf "%.1f GiB", $2 / 1048576}' /proc/meminfo) memory, $(un
   echo
 
   # 1 and 2: the small scene.
-  start_host bench/scenes/small.qml || exit 1
-  local host_pid=$HOST_PID host_port=$HOST_PORT
+  host_and_floor bench/scenes/small.qml small --echo 10000 || exit 1
+  local host_pid=$HOST_PID host_port=$HOST_PORT floor_pid=$FLOOR_PID floor_port=$FLOOR_PORT
   echo "uiremote-host: trace log library $(log_library "$host_pid")"
-  step "$BIN/bench-client" record --port "$host_port" --out "$WORK/small.replies" --echo 10000
-  start_floor --replies "$WORK/small.replies" || exit 1
-  local floor_pid=$FLOOR_PID floor_port=$FLOOR_PORT
   "$BIN/bench-client" requests small | "$BIN/scene-lookup" bench/scenes/small.qml >"$WORK/small.inproc" 2>/dev/null
   echo
   echo "== 1. Round trip =="
@@ -214,9 +222,7 @@ $(awk '/MemTotal/ {printf "%.1f GiB", $2 / 1048576}' /proc/meminfo) memory, $(un
       objects=${info#objects=}
       objects=${objects%% *}
       plain=$(awk -v s="$shape" -v n="$count" '$1 == s && $2 == n { print $(NF - 1) }' "$WORK/lookup_bench.txt")
-      start_host "$WORK/scene.qml" || exit 1
-      step "$BIN/bench-client" record --port "$HOST_PORT" --out "$WORK/scene.replies" --set lookup --path "$path"
-      start_floor --replies "$WORK/scene.replies" || exit 1
+      host_and_floor "$WORK/scene.qml" scene --set lookup --path "$path" || exit 1
       "$BIN/bench-client" requests lookup --path "$path" |
         "$BIN/scene-lookup" --min-ms 300 "$WORK/scene.qml" >"$WORK/scene.inproc" 2>/dev/null
       step "$BIN/bench-client" lookup --host "$HOST_PORT" --floor "$FLOOR_PORT" --path "$path" --shape "$shape" \
@@ -232,11 +238,9 @@ $(awk '/MemTotal/ {printf "%.1f GiB", $2 / 1048576}' /proc/meminfo) memory, $(un
   # 4: fresh processes.
   echo
   echo "== 4. Memory =="
-  start_host bench/scenes/small.qml || exit 1
+  host_and_floor bench/scenes/small.qml memory || exit 1
   host_pid=$HOST_PID
   host_port=$HOST_PORT
-  step "$BIN/bench-client" record --port "$host_port" --out "$WORK/memory.replies"
-  start_floor --replies "$WORK/memory.replies" || exit 1
   sleep 1
   step "$BIN/bench-client" memory --host "$host_port" --host-pid "$host_pid" --floor "$FLOOR_PORT" \
     --floor-pid "$FLOOR_PID" --clients 100 --soak-clients 20 --soak-messages 500
@@ -261,11 +265,9 @@ $(awk '/MemTotal/ {printf "%.1f GiB", $2 / 1048576}' /proc/meminfo) memory, $(un
   # 7: idle connections.
   echo
   echo "== 7. One active client beside 3,000 idle connections =="
-  start_host bench/scenes/small.qml || exit 1
+  host_and_floor bench/scenes/small.qml idle || exit 1
   host_pid=$HOST_PID
   host_port=$HOST_PORT
-  step "$BIN/bench-client" record --port "$host_port" --out "$WORK/idle.replies"
-  start_floor --replies "$WORK/idle.replies" || exit 1
   step "$BIN/bench-client" idle --host "$host_port" --floor "$FLOOR_PORT" --idle 3000 --messages 3000 --repeats 3
   stop "$host_pid" "$FLOOR_PID"
   echo "ratio = msgs/s with the idle connections / msgs/s without; the floor's ratio is what the event"

@@ -70,6 +70,17 @@ private:
         }
         return nullptr;
     }
+    // Spawns the window that destroys itself on a key, focused; null when it did not come up.
+    QPointer<QWindow> ActiveKeyDoomedWindow()
+    {
+        if (!Call("spawnWindow", "key"))
+            return nullptr;
+        QPointer<QWindow> doomed = DoomedWindow();
+        if (!doomed)
+            return nullptr;
+        doomed->requestActivate();
+        return QTest::qWaitForWindowActive(doomed) ? doomed : nullptr;
+    }
     // The reply to a value nested too deeply: false, with the reason in extension mode.
     static QJsonObject TooDeep(bool extensions)
     {
@@ -207,11 +218,8 @@ private slots:
     void windowDestroyedByAKey()
     {
         QFETCH(int, modifiers);
-        QVERIFY(Call("spawnWindow", "key"));
-        QPointer<QWindow> doomed = DoomedWindow();
+        QPointer<QWindow> doomed = ActiveKeyDoomedWindow();
         QVERIFY(doomed);
-        doomed->requestActivate();
-        QVERIFY(QTest::qWaitForWindowActive(doomed));
 
         const QJsonObject reply = m_session->Send(
             QStringLiteral("keyclick"),
@@ -225,11 +233,8 @@ private slots:
 
     void windowDestroyedWhileTyping()
     {
-        QVERIFY(Call("spawnWindow", "key"));
-        QPointer<QWindow> doomed = DoomedWindow();
+        QPointer<QWindow> doomed = ActiveKeyDoomedWindow();
         QVERIFY(doomed);
-        doomed->requestActivate();
-        QVERIFY(QTest::qWaitForWindowActive(doomed));
 
         const QJsonObject reply =
             m_session->Send(QStringLiteral("typetext"), {{"winobjname", "doomedWindow"}, {"text", "abc"}}, 20000);

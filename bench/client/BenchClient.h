@@ -116,6 +116,19 @@ inline void SendAll(int fd, const std::string &bytes)
     }
 }
 
+// One blocking read of what has arrived on a blocking socket; a closed connection ends the run.
+inline size_t ReceiveSome(int fd, char *buffer, size_t size)
+{
+    for (;;) {
+        const ssize_t n = ::recv(fd, buffer, size, 0);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            Die("connection closed while waiting for a reply");
+        return size_t(n);
+    }
+}
+
 // Cuts concatenated JSON objects out of a byte stream: depth counting outside strings, with
 // escapes; state is kept between feeds.
 class ReplyScanner {
@@ -197,12 +210,8 @@ public:
         bool got = false;
         char buffer[65536];
         while (!got) {
-            const ssize_t n = ::recv(m_fd, buffer, sizeof buffer, 0);
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n <= 0)
-                Die("connection closed while waiting for a reply");
-            m_scanner.Feed(buffer, size_t(n), [&](const std::string &object) {
+            const size_t n = ReceiveSome(m_fd, buffer, sizeof buffer);
+            m_scanner.Feed(buffer, n, [&](const std::string &object) {
                 if (got)
                     Die("more than one reply to one request");
                 reply = object;

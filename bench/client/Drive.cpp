@@ -38,12 +38,8 @@ int Drive(const Args &args)
         SendAll(fd, bytes);
         long got = 0;
         while (got < count) {
-            const ssize_t n = ::recv(fd, buffer, sizeof buffer, 0);
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n <= 0)
-                Die("connection closed while waiting for a reply");
-            scanner.Feed(buffer, size_t(n), [&](const std::string &object) {
+            const size_t n = ReceiveSome(fd, buffer, sizeof buffer);
+            scanner.Feed(buffer, n, [&](const std::string &object) {
                 const Reply reply = Decode(object);
                 const bool ok = kind == "invokeret" ? reply.ok && reply.hasInt && reply.value == values[size_t(got)]
                                                     : reply.ok;

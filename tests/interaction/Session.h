@@ -24,7 +24,7 @@ public:
         remote = std::make_unique<UIRemoteControl>(scene.root, scene.engine.rootContext(), port, scene.window);
         remote->setExtensionsEnabled(extensions);
         client.ConnectTo(port);
-        QTest::qWaitFor([this] { return client.IsConnected(); }, 10000);
+        (void)QTest::qWaitFor([this] { return client.IsConnected(); }, 10000); // Ready() tells the test
     }
 
     bool Ready() const { return scene.window && remote->IsListening() && client.IsConnected(); }
@@ -34,8 +34,9 @@ public:
     {
         const int before = client.replies.size();
         client.Send(QJsonDocument(QJsonObject{{word, QJsonObject::fromVariantMap(args)}}).toJson(QJsonDocument::Compact));
-        QTest::qWaitFor([&] { return client.replies.size() > before; }, limitMs);
-        return client.replies.size() > before ? client.replies.at(before) : QJsonObject{{QStringLiteral("noReply"), true}};
+        if (!QTest::qWaitFor([&] { return client.replies.size() > before; }, limitMs))
+            return QJsonObject{{QStringLiteral("noReply"), true}};
+        return client.replies.at(before);
     }
 
     QObject *Object(const QString &name) const
