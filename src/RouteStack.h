@@ -19,7 +19,7 @@ class UIREMOTECONTROL_EXPORT RouteStack {
 public:
     void Push(const QString &label) { route.append(label); }
     void Pop() { route.removeLast(); }
-    void Push(const QObject *object) { m_objects.append({object, route.size()}); }
+    void Push(const QObject *object) { m_objects.append({object, int(route.size())}); }
     void PopObject() { m_objects.removeLast(); }
     // Appends "message: [a] > [b] > [c]".
     void TakeSnapshot(const QString &message);

@@ -8,7 +8,6 @@
 #include "TraceLog.h"
 #include "WaitLoop.h"
 
-#include <QJSValue>
 #include <QMetaMethod>
 #include <QPointer>
 #include <QQmlContext>
@@ -58,20 +57,6 @@ QMetaMethod FindSignal(const QObject *object, const QString &text)
         }
     }
     return found;
-}
-
-// A signal argument as the reply can hold it: script values as plain values, objects by name.
-QVariant ReplyValue(const QVariant &value)
-{
-    if (value.userType() == qMetaTypeId<QJSValue>())
-        return value.value<QJSValue>().toVariant();
-    if (QObject *object = qvariant_cast<QObject *>(value)) {
-        const QString name = object->objectName();
-        return name.isEmpty() ? QString::fromLatin1(object->metaObject()->className()) : name;
-    }
-    if (!value.isValid())
-        return QVariant::fromValue(nullptr);
-    return value;
 }
 
 } // namespace
