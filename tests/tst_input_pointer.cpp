@@ -950,7 +950,7 @@ void TestInputPointer::handlersTraceEnterAndLeave()
         if (text.endsWith(QLatin1String(", Enter"))) {
             QCOMPARE(line.severity, 5);
             QVERIFY(line.line > 0);
-            QVERIFY2(QString::fromStdString(line.file).endsWith(QLatin1String("src/PointerControls.cpp")), line.file.c_str());
+            QVERIFY2(QString::fromStdString(line.file).endsWith(QLatin1String("src/controls/PointerControls.cpp")), line.file.c_str());
         } else if (text.endsWith(QLatin1String(", Leave"))) {
             QCOMPARE(line.severity, 5);
             QCOMPARE(line.line, 0);

@@ -219,7 +219,7 @@ private slots:
             return;
         }
         QCOMPARE(ErrorLines(), QStringList({"UIRemoteControl::Action, control type not support"}));
-        QVERIFY(QString::fromStdString(LogRecorder::Lines().back().file).endsWith(QLatin1String("src/Dispatch.cpp")));
+        QVERIFY(QString::fromStdString(LogRecorder::Lines().back().file).endsWith(QLatin1String("src/dispatch/Dispatch.cpp")));
     }
 
     // Two lookups over TCP go through the server, the dispatch, the object search with its route

@@ -447,7 +447,7 @@ private slots:
         const auto lines = LogRecorder::Lines();
         const auto error = std::find_if(lines.begin(), lines.end(), [](const LogRecorder::Line &line) { return line.severity == 2; });
         QVERIFY(error != lines.end());
-        QVERIFY2(QString::fromStdString(error->file).endsWith(QLatin1String("src/Resolution.cpp")), error->file.c_str());
+        QVERIFY2(QString::fromStdString(error->file).endsWith(QLatin1String("src/lookup/Resolution.cpp")), error->file.c_str());
     }
 
     void nullRootLogsInvalidArgumentSnapshotAndError()
@@ -463,7 +463,7 @@ private slots:
         for (int i = 0; i < int(lines.size()); ++i) {
             if (lines[i].severity == 3) {
                 snapshotAt = i;
-                QVERIFY2(QString::fromStdString(lines[i].file).endsWith(QLatin1String("src/RouteStack.cpp")), lines[i].file.c_str());
+                QVERIFY2(QString::fromStdString(lines[i].file).endsWith(QLatin1String("src/lookup/RouteStack.cpp")), lines[i].file.c_str());
             } else if (lines[i].severity == 2) {
                 errorAt = i;
             }

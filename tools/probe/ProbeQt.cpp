@@ -43,27 +43,19 @@ QString Env(const char *name, const QString &fallback = QString())
     return value.isEmpty() ? fallback : value;
 }
 
-// The remote control of the probe: extensions on, names from ids kept up to date.
+// The remote control of the probe: extensions on, names from ids kept up to date (objects
+// created since the last message are named before the next one).
 class ProbeRemoteControl : public UIRemoteControl {
 public:
     ProbeRemoteControl(QObject *root, QQmlContext *context, int port, QWindow *window, bool nameFromIds)
-        : UIRemoteControl(root, context, port, window), m_nameFromIds(nameFromIds)
+        : UIRemoteControl(root, context, port, window)
     {
         setExtensionsEnabled(true);
-        if (m_nameFromIds)
+        if (nameFromIds) {
             IdNames::Enable(root);
+            setBeforeEachControl(&IdNames::NameNewObjects);
+        }
     }
-
-protected:
-    void PickNextControl() override
-    {
-        if (m_nameFromIds)
-            IdNames::NameNewObjects();
-        UIRemoteControl::PickNextControl();
-    }
-
-private:
-    bool m_nameFromIds;
 };
 
 // The object a window shows: a QQuickView's root item, a window written in QML itself, or the

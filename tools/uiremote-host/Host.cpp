@@ -51,8 +51,11 @@ public:
     HostRemoteControl(QObject *root, QQmlContext *context, int port, QWindow *window, bool nameFromIds)
         : UIRemoteControl(root, context, port, window), m_root(root), m_nameFromIds(nameFromIds)
     {
-        if (m_nameFromIds)
+        if (m_nameFromIds) {
             IdNames::Enable(m_root);
+            // Delegates created since the last message get their names too.
+            setBeforeEachControl(&IdNames::NameNewObjects);
+        }
     }
 
     // Prints the tree that the "tree" control replies: one line per object with its label, type
@@ -61,14 +64,6 @@ public:
     {
         if (m_root)
             PrintNode(out, LiveTree::Build(m_root, m_root), 0);
-    }
-
-protected:
-    void PickNextControl() override
-    {
-        if (m_nameFromIds)
-            IdNames::NameNewObjects(); // delegates created since the last message get their names too
-        UIRemoteControl::PickNextControl();
     }
 
 private:

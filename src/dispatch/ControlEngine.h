@@ -1,0 +1,93 @@
+#pragma once
+// ControlEngine: what a UIRemoteControl keeps beyond the twenty controls, out of the installed
+// header: extension mode and its controls (typing, gestures, actionability, spies, waits, tree,
+// find, screenshots, extended property access) and the reason a failing control gives.
+//
+// One engine belongs to one UIRemoteControl and reads its root, window and context through the
+// references below; the extension handlers are its members, reached from the control table.
+
+#include "Resolution.h"
+#include "UIRemoteControl.h"
+
+#include <QPointer>
+#include <QString>
+#include <QVariant>
+
+#include <memory>
+
+class QPointF;
+class QQuickItem;
+class QWindow;
+
+class ControlEngine {
+public:
+    explicit ControlEngine(UIRemoteControl &control);
+    ~ControlEngine();
+
+    // Extension mode: off by default, on with UIREMOTE_EXTENSIONS=1 or setExtensionsEnabled.
+    bool m_extensions = qEnvironmentVariableIntValue("UIREMOTE_EXTENSIONS") == 1;
+
+    // The reason a failing control gives in extension mode: the first one set while it runs.
+    void SetFailureReason(const QString &reason) const;
+    QString TakeFailureReason() const;
+    void ClearFailureReason() const { m_failureReason.clear(); }
+    bool HasFailureReason() const { return !m_failureReason.isEmpty(); }
+
+    // The extension word of a request that holds none of the twenty (keys in sorted order, a
+    // later word overwriting an earlier one, as for the twenty).
+    void ExtractExtensionWord(const QVariant &request, ParsedMessageInfo &info) const;
+
+    // The failure of an action whose own events destroyed its item or its window before its last
+    // event (the rest of its events were not sent): one log line, the reason, false.
+    bool ActionInterrupted(const char *function, const ArgumentMap &args, bool windowGone) const;
+    // False, with one log line and the reason, for a value nested deeper than a reply or a
+    // property write may take (Limits::kMaxNesting); checked before the value is converted.
+    bool CheckNesting(const QVariant &value, const char *function) const;
+
+    // Typing, gestures and actionability. The target of a new pointer word is resolved by
+    // ResolveActionTarget: the item, and the named window (which must exist) or else the item's
+    // own. CheckActionable tells whether a person could act on the item at a scene point with a
+    // button (Qt::NoButton: hover or wheel); only when WantsActionable do the twenty pointer
+    // controls ask it.
+    bool DoTypeText(const ArgumentMap &args, QVariant &value);
+    bool DoWheel(const ArgumentMap &args, QVariant &value);
+    bool DoSwipe(const ArgumentMap &args, QVariant &value);
+    bool ResolveActionTarget(const ArgumentMap &args, QWindow **window, QQuickItem **item) const;
+    bool WantsActionable(const ArgumentMap &args) const;
+    bool CheckActionable(const ArgumentMap &args, QQuickItem *item, QWindow *window, const QPointF &scenePoint,
+                         Qt::MouseButton button, bool hitTest = true) const;
+
+    // Signal spies and waits that do not poll.
+    bool DoSpy(const ArgumentMap &args, QVariant &value);
+    bool DoSpyCount(const ArgumentMap &args, QVariant &value);
+    bool DoWaitSpy(const ArgumentMap &args, QVariant &value);
+    bool DoWaitProp(const ArgumentMap &args, QVariant &value);
+    bool DoWaitIdle(const ArgumentMap &args, QVariant &value);
+    QObject *FindWaitTarget(const ArgumentMap &args) const;
+
+    // The live tree, "find", screenshots and the reasons of failed searches.
+    bool DoTree(const ArgumentMap &args, QVariant &value);
+    bool DoFind(const ArgumentMap &args, QVariant &value);
+    bool DoScreenshot(const ArgumentMap &args, QVariant &value);
+    QString NoMatchReason(const QString &path) const;
+    // A property or return value as a reply holds it: objects become {"type": ..., "path": ...}.
+    QVariant ReplyValue(const QVariant &value) const;
+    // Property access and calls with attached and dotted properties and typed parameters.
+    bool ReadPropertyExtended(QObject *object, const ArgumentMap &args, QVariant &value);
+    bool WritePropertyExtended(QObject *object, const ArgumentMap &args);
+    bool InvokeTyped(QObject *object, const ArgumentMap &args, QVariant *value) const;
+
+private:
+    // The remote control's own lookups, as its handlers call them.
+    QObject *FindQMLObject(const ArgumentMap &args) const { return q.FindQMLObject(args); }
+    QObject *FindNamedQMLObject(const ArgumentMap &args) const { return q.FindNamedQMLObject(args); }
+
+    UIRemoteControl &q;
+    QPointer<QObject> &m_root;
+    QPointer<QWindow> &m_window;
+    QQmlContext *&m_context;
+    mutable QString m_failureReason;
+
+    struct SpyTable;
+    std::shared_ptr<SpyTable> m_spies;
+};

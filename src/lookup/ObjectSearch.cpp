@@ -1,0 +1,267 @@
+// The object path search: depth first, pre-order, first match wins, with route diagnostics.
+
+#include "UIRemoteControl.h"
+
+#include "RouteStack.h"
+#include "SearchOrder.h"
+#include "TraceLog.h"
+
+#include <QQuickItem>
+
+#include <algorithm>
+#include <cstring>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+QString UIRemoteControl::GetObjectOrClassName(const QObject *object)
+{
+    if (!object)
+        return QString();
+    const QString name = object->objectName();
+    return name.isEmpty() ? QString::fromLatin1(object->metaObject()->className()) : name;
+}
+
+bool UIRemoteControl::isDerivedFrom(const QObject *object, const QStringList &classNames)
+{
+    return SearchOrder::DerivesFrom(object, classNames);
+}
+
+namespace {
+
+// The names of the path from `head` on, dotted, as the trace shows what is left to find.
+QString NamesFrom(const QStringList &names, int head)
+{
+    QString joined;
+    for (int i = head; i < names.size(); ++i) {
+        if (i > head)
+            joined += QLatin1Char('.');
+        joined += names.at(i);
+    }
+    return joined;
+}
+
+QObject *FindPath(QObject *parent, const QStringList &names, int head, RouteStack *route);
+
+QObject *FindPathInRepeater(const QObject *repeater, const QStringList &names, int head, RouteStack *route)
+{
+    for (QQuickItem *child : SearchOrder::RepeaterDelegates(repeater)) {
+        if (QObject *found = FindPath(child, names, head, route))
+            return found;
+    }
+    return nullptr;
+}
+
+QObject *FindPathInFlickable(const QObject *flickable, const QStringList &names, int head, RouteStack *route)
+{
+    for (QQuickItem *child : SearchOrder::FlickableDelegates(flickable)) {
+        if (QObject *found = FindPath(child, names, head, route))
+            return found;
+    }
+    return nullptr;
+}
+
+// The search proper. names[head] is the next name to match; the names before it are matched
+// already. The list itself is shared by every step and never copied.
+QObject *FindPath(QObject *parent, const QStringList &names, int head, RouteStack *route)
+{
+    // The name is read once: it is also what the next name is compared with (an unnamed
+    // object's name is empty, whatever its label).
+    const QString name = parent ? parent->objectName() : QString();
+    if (TraceLog::ShouldLog(TraceLog::Trace, __FILE__, __LINE__)) {
+        // The label is the object's name, else its class name (RouteStack::Label). The address
+        // is shown by its low 32 bits, which is what the "%X" conversion takes. FIXED: the log
+        // contract fixes these words (TraceLog.h).
+        TraceLog::Write("%s, pParent = [%X], name = [%s], objNames = [%s]", "UIRemoteControl::FindQMLObject",
+                        static_cast<unsigned>(reinterpret_cast<quintptr>(parent)),
+                        RouteStack::Label(parent).toLocal8Bit().constData(),
+                        NamesFrom(names, head).toLocal8Bit().constData());
+    }
+    RouteStackGuard guard(parent, route);
+    if (!parent) {
+        if (route)
+            route->TakeSnapshot(QStringLiteral("invalid argument"));
+        return nullptr;
+    }
+    if (head < names.size() && name == names.at(head))
+        ++head;
+    if (head >= names.size()) {
+        if (route)
+            route->TakeSnapshot(QStringLiteral("target found"));
+        return parent;
+    }
+    for (QObject *child : parent->children()) {
+        if (QObject *found = FindPath(child, names, head, route))
+            return found;
+    }
+    if (SearchOrder::IsRepeater(parent)) {
+        if (QObject *found = FindPathInRepeater(parent, names, head, route))
+            return found;
+    }
+    if (SearchOrder::IsFlickable(parent))
+        return FindPathInFlickable(parent, names, head, route);
+    return nullptr;
+}
+
+} // namespace
+
+QObject *UIRemoteControl::FindQMLObject(QObject *parent, QStringList names, RouteStack *route) const
+{
+    return FindPath(parent, names, 0, route);
+}
+
+QObject *UIRemoteControl::FindQMLObjectForRepeater(const QObject *repeater, const QStringList &names,
+                                                   RouteStack *route) const
+{
+    return FindPathInRepeater(repeater, names, 0, route);
+}
+
+QObject *UIRemoteControl::FindQMLObjectForFlickable(const QObject *flickable, const QStringList &names,
+                                                    RouteStack *route) const
+{
+    return FindPathInFlickable(flickable, names, 0, route);
+}
+
+// ---------------------------------------------------------------------------------------------
+// The visiting order
+
+namespace {
+
+// A fixed set of class-name substrings (ASCII, not empty) tested up a class chain: true when a
+// class on the chain has one of them in its name, exactly as DerivesFrom tests them, but with
+// plain byte searches, and with a walk that ends early. The classes where it ends are common
+// bases (QQuickItem, QObject) for which it has checked once that neither they nor any class
+// above them holds one of the names: once the walk reaches one, the answer is no.
+class ClassNames {
+public:
+    ClassNames(std::initializer_list<const char *> names) : m_names(names)
+    {
+        // The part every name starts with ("QQuick"): a class name holds a name only where it
+        // holds that part, so the search looks for the part once and compares the rest there.
+        m_prefix = m_names.empty() ? std::string() : std::string(m_names.front());
+        for (const char *name : m_names) {
+            size_t common = 0;
+            while (common < m_prefix.size() && name[common] == m_prefix[common])
+                ++common;
+            m_prefix.resize(common);
+        }
+        for (const QMetaObject *base : {&QQuickItem::staticMetaObject, &QObject::staticMetaObject}) {
+            bool matches = false;
+            for (const QMetaObject *meta = base; meta && !matches; meta = meta->superClass())
+                matches = HasName(meta->className());
+            if (!matches)
+                m_ends.push_back(base);
+        }
+    }
+
+    bool Matches(const QObject *object) const
+    {
+        if (!object)
+            return false;
+        for (const QMetaObject *meta = object->metaObject(); meta; meta = meta->superClass()) {
+            if (std::find(m_ends.begin(), m_ends.end(), meta) != m_ends.end())
+                return false;
+            if (HasName(meta->className()))
+                return true;
+        }
+        return false;
+    }
+
+private:
+    bool HasName(const char *className) const
+    {
+        const size_t prefix = m_prefix.size();
+        for (const char *at = std::strstr(className, m_prefix.c_str()); at && *at; at = std::strstr(at + 1, m_prefix.c_str())) {
+            for (const char *name : m_names) {
+                if (std::strncmp(at + prefix, name + prefix, std::strlen(name + prefix)) == 0)
+                    return true;
+            }
+        }
+        return false;
+    }
+
+    std::vector<const char *> m_names;
+    std::string m_prefix;
+    std::vector<const QMetaObject *> m_ends;
+};
+
+const ClassNames &RepeaterClasses()
+{
+    static const ClassNames classes = {"QQuickRepeater"};
+    return classes;
+}
+
+const ClassNames &FlickableClasses()
+{
+    static const ClassNames classes = {"QQuickFlickable", "QQuickGridView", "QQuickListView"};
+    return classes;
+}
+
+} // namespace
+
+namespace SearchOrder {
+
+bool DerivesFrom(const QObject *object, const QStringList &classNames)
+{
+    if (!object)
+        return false;
+    for (const QMetaObject *meta = object->metaObject(); meta; meta = meta->superClass()) {
+        const QLatin1String className(meta->className());
+        for (const QString &candidate : classNames) {
+            if (className.indexOf(candidate, 0, Qt::CaseSensitive) != -1)
+                return true;
+        }
+    }
+    return false;
+}
+
+// The guards skip class-name tests that cannot change the outcome: only items have repeater
+// delegates, and a flickable's delegates hang below one of its children.
+bool IsRepeater(const QObject *object)
+{
+    return qobject_cast<const QQuickItem *>(object) && RepeaterClasses().Matches(object);
+}
+
+bool IsFlickable(const QObject *object)
+{
+    return !object->children().isEmpty() && FlickableClasses().Matches(object);
+}
+
+QList<QQuickItem *> RepeaterDelegates(const QObject *repeater)
+{
+    QList<QQuickItem *> delegates;
+    const auto *item = qobject_cast<const QQuickItem *>(repeater);
+    if (QQuickItem *parentItem = item ? item->parentItem() : nullptr) {
+        for (QQuickItem *child : parentItem->childItems()) {
+            if (!RepeaterClasses().Matches(child))
+                delegates.append(child);
+        }
+    }
+    return delegates;
+}
+
+QList<QQuickItem *> FlickableDelegates(const QObject *flickable)
+{
+    QList<QQuickItem *> delegates;
+    for (QObject *child : flickable->children()) {
+        if (auto *item = qobject_cast<QQuickItem *>(child))
+            delegates.append(item->childItems());
+    }
+    return delegates;
+}
+
+QList<QObject *> Children(QObject *object)
+{
+    QList<QObject *> all = object->children();
+    if (IsRepeater(object)) {
+        for (QQuickItem *item : RepeaterDelegates(object))
+            all.append(item);
+    }
+    if (IsFlickable(object)) {
+        for (QQuickItem *item : FlickableDelegates(object))
+            all.append(item);
+    }
+    return all;
+}
+
+} // namespace SearchOrder
