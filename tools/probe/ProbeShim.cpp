@@ -16,6 +16,7 @@
 #include "ProbeShim.h"
 
 #include <dlfcn.h>
+#include <link.h>
 #include <limits.h>
 #include <stdarg.h>
 #include <stdio.h>
@@ -93,19 +94,35 @@ void DropPreload(const char *self)
     free(kept);
 }
 
+// Whether the program holds an object whose file name starts with a prefix. Walking the loaded
+// objects never runs initialisers (dlopen does, for objects another load has yet to initialise).
+int MatchObject(struct dl_phdr_info *info, size_t, void *prefix)
+{
+    const char *wanted = static_cast<const char *>(prefix);
+    return info->dlpi_name && strncmp(BaseName(info->dlpi_name), wanted, strlen(wanted)) == 0;
+}
+
+bool LoadedObject(const char *library, int major)
+{
+    char prefix[64];
+    snprintf(prefix, sizeof prefix, "libQt%d%s.so", major, library);
+    return dl_iterate_phdr(&MatchObject, prefix) != 0;
+}
+
 // The version of the Qt core library of a major in the program (libQt<major>Core.so.<major>):
 // false when the program has none.
 bool LoadedQtVersion(int major, char *version, size_t size)
 {
+    if (!LoadedObject("Core", major))
+        return false;
     char soname[64];
     snprintf(soname, sizeof soname, "libQt%dCore.so.%d", major, major);
     void *handle = uirc_shim::RealDlopen()(soname, RTLD_LAZY | RTLD_NOLOAD);
-    if (!handle)
-        return false;
     using VersionFunction = const char *(*)();
-    auto versionOf = reinterpret_cast<VersionFunction>(dlsym(handle, "qVersion"));
+    auto versionOf = handle ? reinterpret_cast<VersionFunction>(dlsym(handle, "qVersion")) : nullptr;
     snprintf(version, size, "%s", versionOf ? versionOf() : "unknown");
-    dlclose(handle);
+    if (handle)
+        dlclose(handle);
     return true;
 }
 
@@ -137,12 +154,7 @@ void ProgramName(char *name, size_t size)
 // Whether the program has loaded the Qt Quick library of a major.
 bool LoadedQtQuick(int major)
 {
-    char soname[64];
-    snprintf(soname, sizeof soname, "libQt%dQuick.so.%d", major, major);
-    void *handle = uirc_shim::RealDlopen()(soname, RTLD_LAZY | RTLD_NOLOAD);
-    if (handle)
-        dlclose(handle);
-    return handle != nullptr;
+    return LoadedObject("Quick", major);
 }
 
 // Loads the Qt part from this library's folder and starts it.
@@ -220,9 +232,12 @@ void Look(bool atStart)
     StartQtPart(self);
 }
 
+bool g_started = false;
+
 __attribute__((constructor)) void StartProbe()
 {
     Look(true);
+    __atomic_store_n(&g_started, true, __ATOMIC_RELEASE);
 }
 
 // The process the launcher started says why nothing listened when it ends without Qt Quick. It
@@ -248,5 +263,7 @@ __attribute__((destructor)) void EndProbe()
 
 void uirc_shim::LookForQt()
 {
-    Look(false);
+    // Loads made by the initialisers of libraries that start before the probe are the start's.
+    if (__atomic_load_n(&g_started, __ATOMIC_ACQUIRE))
+        Look(false);
 }

@@ -10,7 +10,7 @@ using DlopenFunction = void *(*)(const char *, int);
 DlopenFunction RealDlopen();
 
 // Looks again whether the program now holds Qt (and Qt Quick), once nothing has decided yet;
-// called around the program's dlopen calls. Cheap once the probe has decided.
+// called after the program's loads. Cheap once the probe has decided.
 void LookForQt();
 
 } // namespace uirc_shim
