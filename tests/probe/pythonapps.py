@@ -1,6 +1,6 @@
 """The Python programs of the probe's tests: one per binding, each showing python_app.qml."""
 
-import importlib.util
+import importlib
 import os
 import sys
 from pathlib import Path
@@ -23,10 +23,12 @@ def build_major():
 
 
 def has_quick(binding):
+    """Whether the binding and its QtQuick module are installed (without loading Qt here)."""
     try:
-        return importlib.util.find_spec(binding + ".QtQuick") is not None
+        package = importlib.import_module(binding)  # plain Python: it loads no Qt
     except ImportError:
         return False
+    return any(Path(folder).glob("QtQuick.*so") for folder in package.__path__)
 
 
 def python_program(binding):
