@@ -36,6 +36,16 @@ if(UIRC_OTHER_QT_CORE)
   set(probe_other_qt_env "UIREMOTE_OTHER_QT_PROGRAM=$<TARGET_FILE:probe-other-qt-program>")
 endif()
 
+# A program that loads a library by its bare name along its own RUNPATH: the probe's dlopen must
+# leave the loader seeing the program as the caller.
+add_library(probe-runpath-lib SHARED probe/runpath_lib.cpp)
+set_target_properties(probe-runpath-lib PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/runpath-lib)
+add_executable(probe-runpath-program probe/runpath_program.cpp)
+target_link_libraries(probe-runpath-program PRIVATE ${CMAKE_DL_LIBS})
+target_link_options(probe-runpath-program PRIVATE -Wl,--enable-new-dtags)
+set_target_properties(probe-runpath-program PROPERTIES BUILD_RPATH ${CMAKE_CURRENT_BINARY_DIR}/runpath-lib)
+add_dependencies(probe-runpath-program probe-runpath-lib)
+
 set(UIRC_PYTHON "/usr/bin/python3" CACHE FILEPATH "Python interpreter for the Python client tests")
 set(probe_env
   "PYTHONPATH=${PROJECT_SOURCE_DIR}/clients/python"
@@ -48,6 +58,7 @@ set(probe_env
   "UIREMOTE_PROBE_TARGET=$<TARGET_FILE:probe-target>"
   "UIREMOTE_OLD_QT_PROGRAM=$<TARGET_FILE:probe-old-qt-program>"
   "UIREMOTE_OLD_QT_VERSION=${probe_old_qt_version}"
+  "UIREMOTE_RUNPATH_PROGRAM=$<TARGET_FILE:probe-runpath-program>"
   ${probe_other_qt_env})
 
 # uirc_add_probe_test(<name> <test file> [env...])
@@ -62,6 +73,9 @@ endfunction()
 uirc_add_probe_test(probe_launch test_launch.py)
 uirc_add_probe_test(probe_failures test_failures.py)
 uirc_add_probe_test(probe_token test_token.py)
+uirc_add_probe_test(probe_late_qt test_late_qt.py)
+uirc_add_probe_test(probe_python test_python.py)
+uirc_add_probe_test(probe_headless test_headless.py)
 if(TARGET qt-gallery)
   uirc_add_probe_test(probe_gallery test_gallery.py "UIREMOTE_GALLERY=$<TARGET_FILE:qt-gallery>")
 endif()

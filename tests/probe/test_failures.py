@@ -89,7 +89,9 @@ def test_program_without_qt_passes_the_preload_on(isolated_env):
                           env=dict(os.environ, **isolated_env), capture_output=True, timeout=60)
     assert done.returncode == 0
     assert done.stdout.decode() == "[%s]\n" % program("UIREMOTE_PROBE")
-    assert re.fullmatch(r"uiremote: giving up: \S+ does not use Qt \(the preload passes on to the programs it starts\)\n",
+    # Nothing at start, as the program might still load Qt; at most one line at its end (a shell
+    # that leaves through _exit ends silently).
+    assert re.fullmatch(r"(uiremote: \S+ ends without having loaded Qt \(the preload passed on to the programs it started\)\n)?",
                         done.stderr.decode()), done.stderr
 
 

@@ -1,7 +1,9 @@
 // libUIRemoteProbePart.so (libUIRemoteProbeQt6Part.so in Qt 6 builds), the Qt part of the probe,
-// loaded by the preloaded part once it knows the program runs a compatible Qt. From the program's
-// QCoreApplication constructor on, it looks for the scene on the event loop (never blocking the
-// program), then serves it with the remote control on the GUI thread.
+// loaded by the preloaded part once it knows the program runs a compatible Qt (at start, or when a
+// program that loads Qt late has loaded Qt Quick). From the program's QCoreApplication
+// constructor on (or at once, should the application exist already), it looks for the scene on
+// the event loop (never blocking the program), then serves it with the remote control on the GUI
+// thread.
 //
 // Environment: UIREMOTE_PORT (default 34541), UIREMOTE_LISTEN (default 127.0.0.1),
 // UIREMOTE_NAME_FROM_IDS=1, UIREMOTE_ROOT (objectName or id of the root to serve),
@@ -22,6 +24,7 @@
 #include <QQuickView>
 #include <QQuickWindow>
 #include <QTcpServer>
+#include <QThread>
 #include <QTimer>
 
 #include <cstdio>
@@ -75,13 +78,17 @@ bool Matches(QObject *root, const QString &name)
     return name.isEmpty() || root->objectName() == name || SceneTree::QmlId(root) == name;
 }
 
+// The application the probe serves, so that it starts once per application.
+QBasicAtomicPointer<QCoreApplication> g_probed = Q_BASIC_ATOMIC_INITIALIZER(nullptr);
+
 class Probe : public QObject {
 public:
     explicit Probe(QCoreApplication *app) : QObject(app), m_pid(getpid())
     {
-        // The application is still being constructed: look around once the event loop runs.
+        // The application may still be being constructed: look around once the event loop runs.
         QTimer::singleShot(0, this, [this] { Begin(); });
     }
+    ~Probe() override { g_probed.testAndSetOrdered(static_cast<QCoreApplication *>(parent()), nullptr); }
 
 private:
     void Begin()
@@ -156,10 +163,28 @@ private:
     QPointer<UIRemoteControl> m_remote;
 };
 
-// Runs inside every QCoreApplication constructor of the program.
+// The software scene graph on the offscreen platform unless the user chose a backend, as
+// uiremote-host does. Decided in the application's constructor, before any window exists.
+void PreferSoftwareWhenOffscreen()
+{
+    if (QGuiApplication::platformName() == QLatin1String("offscreen") && qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND")
+        && qEnvironmentVariableIsEmpty("QSG_RHI_BACKEND") && qEnvironmentVariableIsEmpty("QMLSCENE_DEVICE"))
+        qputenv("QT_QUICK_BACKEND", "software");
+}
+
+// Runs inside every QCoreApplication constructor of the program, or at once when the probe
+// starts after the application (a program that loaded Qt late), maybe on another thread.
 void OnApplication()
 {
-    new Probe(QCoreApplication::instance());
+    QCoreApplication *app = QCoreApplication::instance();
+    if (!app || g_probed.fetchAndStoreOrdered(app) == app) // one probe per application
+        return;
+    PreferSoftwareWhenOffscreen();
+    if (app->thread() == QThread::currentThread()) {
+        new Probe(app);
+    } else { // the QML loader thread, say, loading the Qt Quick plugin
+        QMetaObject::invokeMethod(app, [app] { new Probe(app); }, Qt::QueuedConnection);
+    }
 }
 
 } // namespace
@@ -167,4 +192,6 @@ void OnApplication()
 extern "C" Q_DECL_EXPORT void uiremote_probe_start()
 {
     qAddPreRoutine(&OnApplication);
+    if (QCoreApplication::instance())
+        OnApplication();
 }
