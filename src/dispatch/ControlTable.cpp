@@ -76,7 +76,7 @@ const std::vector<ControlRow> &ControlTable::Rows()
          "", "Moves the mouse over an item without pressing."},
         {"waitsignal", "wait_signal", false, [](C &c, const A &a, V &) { return c.DoWaitSignal(a); },
          {kPath, kParent, Required("signal", "signal", "string", "the signal's signature, as clicked()"),
-          Optional("timeout", "timeout", "integer", "milliseconds to wait (absent: the signal must come at once)")},
+          Optional("timeout", "timeout_ms", "integer", "milliseconds to wait (absent: the signal must come at once)")},
          "", "Waits until an object emits a signal."},
         {"getmdlitemval", "get_model_value", false, [](C &c, const A &a, V &v) { return c.DoGetModelValue(a, v); },
          {Required("pluginname", "plugin", "string", "the host plugin that publishes the model"),

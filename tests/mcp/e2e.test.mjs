@@ -5,9 +5,13 @@ import { after, before, describe, it } from 'node:test';
 import { LATEST_PROTOCOL_VERSION, SUPPORTED_PROTOCOL_VERSIONS } from '@modelcontextprotocol/sdk/types.js';
 import { call, connectMcp, freePort, killAll, rawSession, startHost, textOf } from './harness.mjs';
 
-const BASE_TOOLS = ['click', 'double_click', 'hover', 'press', 'drag', 'drop', 'key', 'get_property',
-  'set_property', 'invoke', 'invoke_with_result', 'wait_signal', 'window_name', 'model_value'];
-const EXTENSION_TOOLS = ['tree', 'find', 'screenshot', 'type_text', 'wheel', 'wait_property'];
+// Named as the controls' client methods (the application's describe), taking their wire keys.
+const BASE_TOOLS = ['click', 'double_click', 'hover', 'press', 'drag', 'drop', 'key_click', 'get_property',
+  'set_property', 'invoke', 'invoke_ret', 'wait_signal', 'get_window_name', 'get_model_value',
+  'get_group_model_value', 'get_filter_model_value', 'emit_plugin_signal', 'move_joystick',
+  'joystick_button_event', 'add_joystick'];
+const EXTENSION_TOOLS = ['describe', 'tree', 'find', 'screenshot', 'type_text', 'wheel', 'swipe', 'spy', 'spy_count',
+  'wait_spy', 'wait_property', 'wait_idle'];
 const T = { timeout: 180000 };
 
 after(killAll); // what a failed test left running
@@ -69,19 +73,19 @@ describe('uiremote mcp against a running scene', T, () => {
   it('click', async () => {
     assert.equal(textOf(await call(client, 'click', { objname: 'main.button' })), 'Clicked main.button in window mainWindow.');
     assert.equal(await read(client, 'main.button', 'clicks'), 1);
-    await call(client, 'click', { objname: 'button', winobjname: 'mainWindow', button: 'right', x: 5, y: 6, modifiers: 'Ctrl+Shift' });
+    await call(client, 'click', { objname: 'button', winobjname: 'mainWindow', clickbtn: 'right', x: 5, y: 6, keyboardModifier: 'Ctrl+Shift' });
     assert.equal(await read(client, 'button', 'lastButton'), 2);
     assert.equal(await read(client, 'button', 'lastModifiers'), 0x06000000);
     assert.deepEqual([await read(client, 'button', 'lastX'), await read(client, 'button', 'lastY')], [5, 6]);
     await fails(client, 'click', { objname: 'main.nope' }, /^click failed: no object found at path 'main\.nope'\. Check each name/);
     await fails(client, 'click', { objname: 'main.button', x: 'left' }, /^Bad argument for click: 'x' must be an integer, got "left"\.$/);
-    await fails(client, 'click', { objname: 'main.button', modifiers: 'Hyper' }, /^Bad argument for click: 'modifiers' is not a modifier set/);
+    await fails(client, 'click', { objname: 'main.button', keyboardModifier: 'Hyper' }, /^Bad argument for click: 'keyboardModifier' is not a modifier set/);
   });
 
   it('double_click', async () => {
     await call(client, 'double_click', { objname: 'main.button' });
     assert.equal(await read(client, 'main.button', 'doubleClicks'), 1);
-    await fails(client, 'double_click', { objname: 'main.button', button: 'side' }, /'button' must be one of left, right, middle, got "side"/);
+    await fails(client, 'double_click', { objname: 'main.button', clickbtn: 'side' }, /'clickbtn' must be one of left, right, middle, got "side"/);
   });
 
   it('hover', async () => {
@@ -106,59 +110,60 @@ describe('uiremote mcp against a running scene', T, () => {
     await fails(client, 'drag', { objname: 'dragArea', from_x: 1, from_y: 1, to_x: 2 }, /'to_y' is missing/);
   });
 
-  it('key, by name, character, combination and code', async () => {
-    await call(client, 'key', { key: 'Ctrl+A' });
+  it('key_click, by name, character, combination and code', async () => {
+    await call(client, 'key_click', { key: 'Ctrl+A' });
     assert.equal(await read(client, 'input', 'lastKey'), 65);
     assert.equal(await read(client, 'input', 'lastModifiers'), 0x04000000);
-    await call(client, 'key', { key: 'b' });
+    await call(client, 'key_click', { key: 'b' });
     assert.deepEqual([await read(client, 'input', 'lastKey'), await read(client, 'input', 'lastText')], [66, 'b']);
     const accepts = await read(client, 'input', 'accepts');
-    assert.equal(textOf(await call(client, 'key', { key: 'Enter', winobjname: 'mainWindow' })), 'Typed Enter into window mainWindow.');
+    assert.equal(textOf(await call(client, 'key_click', { key: 'Enter', winobjname: 'mainWindow' })), 'Typed Enter into window mainWindow.');
     assert.equal(await read(client, 'input', 'accepts'), accepts + 1);
-    await call(client, 'key', { key: 16777216 });
+    await call(client, 'key_click', { key: 16777216 });
     assert.equal(await read(client, 'input', 'lastKey'), 16777216);
-    await fails(client, 'key', { key: 'Hyper' }, /^Bad argument for key: 'key' is not a key \(unknown key name 'Hyper'\); use a key name such as Enter/);
-    await fails(client, 'key', { key: true }, /'key' must be a string or an integer, got true/);
+    await fails(client, 'key_click', { key: 'Hyper' }, /^Bad argument for key_click: 'key' is not a key \(unknown key name 'Hyper'\); use a key name such as Enter/);
+    await fails(client, 'key_click', { key: true }, /'key' must be a string or an integer, got true/);
   });
 
   it('get_property and set_property', async () => {
     assert.equal(textOf(await call(client, 'get_property', { objname: 'props', property: 'info' })), '{"name":"props","size":2}');
-    assert.equal(textOf(await call(client, 'set_property', { objname: 'props', property: 'label', value: 'changed' })), 'Set props.label to "changed".');
+    assert.equal(textOf(await call(client, 'set_property', { objname: 'props', property: 'label', propval: 'changed' })), 'Set props.label to "changed".');
     assert.equal(await read(client, 'props', 'label'), 'changed');
     await fails(client, 'get_property', { objname: 'props', property: 'colour' }, /^get_property failed: 'props' has no readable property 'colour'\.$/);
-    await fails(client, 'set_property', { objname: 'props', property: 'fixed', value: 1 }, /could not write property 'fixed' of 'props'/);
-    await fails(client, 'set_property', { objname: 'props', property: 'label' }, /'value' is missing/);
+    await fails(client, 'set_property', { objname: 'props', property: 'fixed', propval: 1 }, /could not write property 'fixed' of 'props'/);
+    await fails(client, 'set_property', { objname: 'props', property: 'label' }, /'propval' is missing/);
   });
 
   it('invoke and invoke_with_result', async () => {
     await call(client, 'invoke', { objname: 'props', method: 'bump' });
     assert.equal(await read(client, 'props', 'count'), 4);
-    assert.equal(textOf(await call(client, 'invoke_with_result', { objname: 'props', method: 'add', args: [2, 3] })), '5');
-    assert.equal(textOf(await call(client, 'invoke_with_result', { objname: 'props', method: 'greet', args: ['you'] })), '"hello you"');
+    assert.equal(textOf(await call(client, 'invoke_ret', { objname: 'props', method: 'add', mthargs: [2, 3] })), '5');
+    assert.equal(textOf(await call(client, 'invoke_ret', { objname: 'props', method: 'greet', mthargs: ['you'] })), '"hello you"');
     await fails(client, 'invoke', { objname: 'props', method: 'explode' }, /could not call explode\(\) on 'props': no such method taking 0 argument/);
-    await fails(client, 'invoke_with_result', { objname: 'props', method: 'add', args: 2 }, /'args' must be an array, got 2/);
-    await fails(client, 'invoke_with_result', { objname: 'props', method: 'sum10', args: Array(11).fill(1) }, /'args' takes at most 10 items, got 11/);
+    await fails(client, 'invoke_ret', { objname: 'props', method: 'add', mthargs: 2 }, /'mthargs' must be an array, got 2/);
+    await fails(client, 'invoke_ret', { objname: 'props', method: 'sum10', mthargs: Array(11).fill(1) }, /'mthargs' takes at most 10 items, got 11/);
   });
 
   it('wait_signal', async () => {
-    await call(client, 'invoke', { objname: 'signals', method: 'start', args: [2000] });
+    await call(client, 'invoke', { objname: 'signals', method: 'start', mthargs: [2000] });
     assert.equal(textOf(await call(client, 'wait_signal', { objname: 'signals', signal: 'fired()', timeout: 60000 })), 'signals emitted fired().');
     await fails(client, 'wait_signal', { objname: 'signals', signal: 'fired()', timeout: 50 }, /'signals' did not emit fired\(\) within 50 ms/);
     await fails(client, 'wait_signal', { objname: 'signals', signal: 'fired()', timeout: -1 }, /'timeout' must be between 0 and 600000, got -1/);
   });
 
-  it('window_name', async () => {
-    assert.equal(textOf(await call(client, 'window_name', { objname: 'main.button' })), '"mainWindow"');
-    assert.equal(textOf(await call(client, 'window_name', { objname: 'toolBox' })), '"toolWindow"');
-    await fails(client, 'window_name', { objname: 'ghost' }, /no object found at path 'ghost'/);
+  it('get_window_name', async () => {
+    assert.equal(textOf(await call(client, 'get_window_name', { objname: 'main.button' })), '"mainWindow"');
+    assert.equal(textOf(await call(client, 'get_window_name', { objname: 'toolBox' })), '"toolWindow"');
+    await fails(client, 'get_window_name', { objname: 'ghost' }, /no object found at path 'ghost'/);
   });
 
-  it('model_value', async () => {
+  it('host models', async () => {
     // uiremote-host publishes no host plugins: a well-formed query says which plugin is missing.
-    await fails(client, 'model_value', { plugin: 'TreePlugin', method: 'treeModel', row_path: '1/0', role: 'name' },
+    await fails(client, 'get_model_value', { pluginname: 'TreePlugin', method: 'treeModel', mdlitemrowpth: '1/0', mdlitemrolename: 'name' },
       /no value at row path '1\/0', role 'name': the application publishes no plugin 'TreePlugin' whose method treeModel\(\)/);
-    await fails(client, 'model_value', { plugin: 'TreePlugin', method: 'treeModel', row_path: '0', role: 'name', group: 'g' }, /with group 'g'/);
-    await fails(client, 'model_value', { plugin: 'TreePlugin', method: 'treeModel', row_path: 1, role: 'name' }, /'row_path' must be a string, got 1/);
+    await fails(client, 'get_group_model_value', { pluginname: 'TreePlugin', method: 'treeModel', grouprolename: 'g', mdlitemrowpth: '0', mdlitemrolename: 'name' }, /with group 'g'/);
+    await fails(client, 'get_model_value', { pluginname: 'TreePlugin', method: 'treeModel', mdlitemrowpth: 1, mdlitemrolename: 'name' }, /'mdlitemrowpth' must be a string, got 1/);
+    await fails(client, 'get_filter_model_value', {}, /^get_filter_model_value failed: /);
   });
 });
 
@@ -177,7 +182,7 @@ describe('tool list pagination', T, () => {
         pages += 1;
       } while (cursor !== undefined);
       assert.deepEqual(names, BASE_TOOLS);
-      assert.equal(pages, 3);
+      assert.equal(pages, 4);
       await assert.rejects(client.listTools({ cursor: 'bogus' }), (e) => e.code === -32602 && /unknown cursor "bogus"/.test(e.message));
     } finally {
       await client.close();
@@ -274,7 +279,7 @@ describe('extension tools', T, () => {
   it('find', async (t) => {
     if (!offered.includes('find')) return t.skip('not offered by this application');
     assert.match(textOf(await call(client, 'find', { property: 'objectName', value: 'button' })), /button/);
-    await fails(client, 'find', { value: 1 }, /'property' is missing/);
+    await fails(client, 'find', { property: 1 }, /'property' must be a string, got 1/);
   });
   it('screenshot', async (t) => {
     if (!offered.includes('screenshot')) return t.skip('not offered by this application');
@@ -300,5 +305,29 @@ describe('extension tools', T, () => {
     if (!offered.includes('wait_property')) return t.skip('not offered by this application');
     await call(client, 'wait_property', { objname: 'props', property: 'flag', value: true, timeout: 10000 });
     await fails(client, 'wait_property', { objname: 'props', property: 'flag', value: false, timeout: 50 }, /^wait_property failed: /);
+    await call(client, 'wait_property', { objname: 'props', property: 'flag', value: true }); // no timeout needed
+  });
+  it('describe', async (t) => {
+    if (!offered.includes('describe')) return t.skip('not offered by this application');
+    const rows = JSON.parse(textOf(await call(client, 'describe', {})));
+    assert.ok(rows.some((row) => row.word === 'dbclick' && row.name === 'double_click'));
+  });
+  it('swipe', async (t) => {
+    if (!offered.includes('swipe')) return t.skip('not offered by this application');
+    assert.equal(textOf(await call(client, 'swipe', { objname: 'dragArea', from: 'center', to: [5, 5], steps: 3, duration: 30 })),
+      'Swiped over dragArea.');
+    await fails(client, 'swipe', { objname: 'main.nope' }, /^swipe failed: /);
+  });
+  it('spy, spy_count and wait_spy', async (t) => {
+    if (!offered.includes('spy')) return t.skip('not offered by this application');
+    const id = JSON.parse(textOf(await call(client, 'spy', { objname: 'signals', signal: 'fired' })));
+    await call(client, 'invoke', { objname: 'signals', method: 'start', mthargs: [10] });
+    assert.equal(JSON.parse(textOf(await call(client, 'wait_spy', { id, count: 1, timeout: 10000 }))), 1);
+    assert.equal(JSON.parse(textOf(await call(client, 'spy_count', { id }))).count, 1);
+    await fails(client, 'wait_spy', { id, count: 5, timeout: 50 }, /^wait_spy failed: /);
+  });
+  it('wait_idle', async (t) => {
+    if (!offered.includes('wait_idle')) return t.skip('not offered by this application');
+    assert.equal(textOf(await call(client, 'wait_idle', { timeout: 10000 })), 'The window is idle.');
   });
 });

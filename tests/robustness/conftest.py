@@ -23,7 +23,7 @@ if str(CLIENT_DIR) not in sys.path:
 
 from uiremote import Reply, ReplyReader  # noqa: E402
 
-pytest_plugins = ["uiremote.pytest_plugin"]
+pytest_plugins = ["uiremote.pytest.plugin"]
 
 SCENE = Path(__file__).resolve().parent / "qml" / "robustness.qml"
 WINDOW = "robustWindow"

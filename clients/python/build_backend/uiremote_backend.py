@@ -32,10 +32,13 @@ uiremote = uiremote.cli:main
 
 
 def _package_files():
-    root = os.path.join(HERE, NAME)
-    for name in sorted(os.listdir(root)):
-        if name.endswith(".py"):
-            yield "%s/%s" % (NAME, name), os.path.join(root, name)
+    """The package's modules, subpackages included."""
+    for folder, dirs, files in os.walk(os.path.join(HERE, NAME)):
+        dirs[:] = sorted(d for d in dirs if d != "__pycache__")
+        for name in sorted(files):
+            if name.endswith(".py"):
+                source = os.path.join(folder, name)
+                yield os.path.relpath(source, HERE).replace(os.sep, "/"), source
 
 
 def _record_line(path, data):

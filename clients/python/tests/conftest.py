@@ -14,7 +14,7 @@ CLIENT_DIR = Path(__file__).resolve().parents[1]
 if str(CLIENT_DIR) not in sys.path:
     sys.path.insert(0, str(CLIENT_DIR))
 
-pytest_plugins = ["uiremote.pytest_plugin", "pytester"]
+pytest_plugins = ["uiremote.pytest.plugin", "pytester"]
 
 QML_DIR = Path(__file__).resolve().parent / "qml"
 WINDOW = "mainWindow"

@@ -33,7 +33,7 @@ def run_inner(pytester, monkeypatch):
     monkeypatch.setenv("PYTHONPATH", os.pathsep.join(filter(None, [str(CLIENT_DIR), os.environ.get("PYTHONPATH")])))
 
     def run(*args):
-        return pytester.runpytest_subprocess("-p", "no:cacheprovider", "-p", "uiremote.pytest_plugin", *args)
+        return pytester.runpytest_subprocess("-p", "no:cacheprovider", "-p", "uiremote.pytest.plugin", *args)
 
     return run
 

@@ -13,8 +13,8 @@ import threading
 
 import pytest
 
-from uiremote.mcp_link import AppLink
-from uiremote.mcp_server import McpServer
+from uiremote.mcp.link import AppLink
+from uiremote.mcp.server import McpServer
 
 PNG = "iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAYAAAAfFcSJAAAADUlEQVR42mP8z8DwHwAFBQIAX8jx0gAAAABJRU5ErkJggg=="
 
@@ -105,7 +105,8 @@ def test_extension_tools_listed_when_the_probe_answers_true(standin):
     standin.extensions = True
     server = started(standin.port)
     names = tool_names(server, 2)
-    assert names[-6:] == ["tree", "find", "screenshot", "type_text", "wheel", "wait_property"]
+    assert names[-12:] == ["describe", "tree", "find", "screenshot", "type_text", "wheel", "swipe", "spy", "spy_count",
+                           "wait_spy", "wait_property", "wait_idle"]
     assert standin.requests[0] == {"tree": {"depth": 0}}
 
 
@@ -128,7 +129,7 @@ def test_client_is_told_when_a_new_connection_changes_the_tools(standin):
     assert "tree" not in tool_names(server, 2)
     standin.extensions = True
     standin.drop_connections()  # as if the application had been restarted in extension mode
-    answer, notices = rpc(server, 3, "tools/call", {"name": "window_name", "arguments": {"objname": "main"}})
+    answer, notices = rpc(server, 3, "tools/call", {"name": "get_window_name", "arguments": {"objname": "main"}})
     assert answer["result"]["isError"] is True
     assert notices == [{"jsonrpc": "2.0", "method": "notifications/tools/list_changed"}]
     assert "tree" in tool_names(server, 4)

@@ -17,5 +17,10 @@ def test_pip_install_into_a_venv_gives_package_and_command(tmp_path):
     where = subprocess.run([str(venv / "bin" / "python"), "-c", "import uiremote; print(uiremote.__file__)"],
                            capture_output=True, text=True, cwd=str(tmp_path), timeout=60, env={})
     assert Path(where.stdout.strip()).is_relative_to(venv), where
+    # The subpackages too: the agent tool server, and the pytest plugin (pytest is not installed).
+    done = subprocess.run([str(venv / "bin" / "python"), "-c", "import uiremote.mcp.server"],
+                          capture_output=True, text=True, cwd=str(tmp_path), timeout=60)
+    assert done.returncode == 0, done.stderr
+    assert (Path(where.stdout.strip()).parent / "pytest" / "plugin.py").is_file()
     done = subprocess.run([str(venv / "bin" / "uiremote"), "--help"], capture_output=True, text=True, timeout=60)
     assert done.returncode == 0 and "screenshot" in done.stdout

@@ -18,7 +18,7 @@ def run_inner(pytester, monkeypatch, uiremote_host):
     monkeypatch.setenv("UIREMOTE_HOST", str(uiremote_host))
 
     def run(*args):
-        return pytester.runpytest_subprocess("-p", "no:cacheprovider", "-p", "uiremote.pytest_plugin", *args)
+        return pytester.runpytest_subprocess("-p", "no:cacheprovider", "-p", "uiremote.pytest.plugin", *args)
 
     return run
 

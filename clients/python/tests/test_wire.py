@@ -5,7 +5,7 @@ import json
 import pytest
 
 from uiremote import Reply, ReplyReader, UIRemoteProtocolError, encode_request, qt
-from uiremote.client import expected_duration
+from uiremote.protocol import expected_duration
 
 TRUE_REPLY = b'{\n    "result": true\n}\n'
 VALUE_REPLY = '{\n    "result": true,\n    "value": "h\u00e9llo \\"}{\\" \u2713"\n}\n'.encode("utf-8")

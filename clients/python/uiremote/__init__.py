@@ -10,7 +10,8 @@
 """
 
 from . import qt
-from .client import CONTROL_TYPES, DEFAULT_PORT, EXTENSION_TYPES, Client, Reply, ReplyReader, encode_request
+from .client import Client
+from .protocol import CONTROL_TYPES, DEFAULT_PORT, EXTENSION_TYPES, Reply, ReplyReader, encode_request
 from .errors import (
     UIRemoteAppError,
     UIRemoteAuthError,

@@ -9,7 +9,6 @@ helpers that write selector path segments.
         open("shot.png", "wb").write(app.screenshot())
 """
 
-import base64
 import json
 
 from .errors import UIRemoteCommandFailed
@@ -42,29 +41,7 @@ def walk(node):
 
 
 class SceneMixin:
-    """The extension words of :class:`uiremote.Client`; each raises
-    :class:`UIRemoteCommandFailed` carrying the application's reason when it fails."""
-
-    def tree(self, path=None, depth=None, parent=None):
-        """The live object tree (below ``path`` when given, ``depth`` levels deep)."""
-        args = {"objname": path, "parobjname": parent, "depth": depth}
-        return self._control("tree", args).check("tree").value
-
-    def find(self, property=None, value=None, type=None, under=None, **kwargs):
-        """The paths of the objects whose ``property`` equals ``value`` (of ``type``, below
-        ``under``).  Without ``value`` every object that has the property matches; pass
-        ``any_value=False`` with ``value=None`` to look for null."""
-        args = {"property": property, "type": type, "objname": under}
-        request = {key: val for key, val in args.items() if val is not None}
-        if value is not None or kwargs.get("any_value") is False:
-            request["value"] = value
-        return self.send({"find": request}).check("find").value
-
-    def screenshot(self, window=None, path=None, parent=None):
-        """The window as rendered now (cropped to the item at ``path``), as PNG bytes."""
-        args = {"winobjname": window, "objname": path, "parobjname": parent}
-        reply = self._control("screenshot", args).check("screenshot")
-        return base64.b64decode(reply.value)
+    """Helpers of :class:`uiremote.Client` over the scene controls (tree, find, screenshot)."""
 
     def save_screenshot(self, file, window=None, path=None):
         """Writes :meth:`screenshot` to ``file``; returns the file name."""
@@ -73,9 +50,9 @@ class SceneMixin:
             out.write(data)
         return file
 
-    def find_one(self, property=None, value=None, type=None, under=None):
+    def find_one(self, property=None, value=None, type=None, path=None, parent=None):
         """The one path :meth:`find` returns; raises when there is none or more than one."""
-        found = self.find(property, value, type, under)
+        found = self.find(property, value, type, path, parent)
         if len(found) != 1:
             raise UIRemoteCommandFailed("find %s=%r matched %d objects" % (property, value, len(found)))
         return found[0]

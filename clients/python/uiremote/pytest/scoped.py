@@ -18,8 +18,8 @@ from pathlib import Path
 
 import pytest
 
-from .app import HOST_BANNER, Application, host_command
-from .errors import UIRemoteAppError, UIRemoteError
+from ..app import HOST_BANNER, Application, host_command
+from ..errors import UIRemoteAppError, UIRemoteError
 
 APPS_USED = pytest.StashKey()
 

@@ -13,8 +13,8 @@ connection finds that this changed, the client is told with notifications/tools/
 import json
 import sys
 
-from .mcp_link import AppLink, ToolError
-from .mcp_tools import TOOLS, check_arguments
+from .link import AppLink, ToolError
+from .tools import TOOLS, check_arguments
 
 __all__ = ["McpServer", "PROTOCOL_VERSIONS", "serve"]
 
@@ -30,7 +30,7 @@ INVALID_PARAMS = -32602
 INSTRUCTIONS = (
     "These tools operate a running Qt Quick application. Objects are named by dotted paths of "
     "objectName values (main.okButton); a path may leave out ancestors. Read state with "
-    "get_property, act with click and key. Where they are listed, explore with tree and find, "
+    "get_property, act with click and key_click. Where they are listed, explore with tree and find, "
     "type with type_text and look with screenshot. A failed call says what was wrong.")
 
 
@@ -112,7 +112,7 @@ class McpServer:
     def _initialize(self, params):
         asked = params.get("protocolVersion")
         version = asked if asked in PROTOCOL_VERSIONS else PROTOCOL_VERSIONS[0]
-        from . import __version__
+        from .. import __version__
         return {"protocolVersion": version,
                 "capabilities": {"tools": {"listChanged": True}},
                 "serverInfo": {"name": SERVER_NAME, "title": "uiremote: Qt Quick remote control",
@@ -151,7 +151,7 @@ class McpServer:
                 self.link.ensure()
                 if not self.link.extensions:
                     raise ToolError("%s is not available: the application at %s does not answer the extension "
-                                    "word \"%s\" (extension mode is off)." % (name, self.link.address, tool.word))
+                                    "words (extension mode is off)." % (name, self.link.address))
             args = check_arguments(tool, params.get("arguments"))
             content = tool.run(_Call(tool, args, self.link, self.window))
             return {"content": content, "isError": False}

@@ -6,12 +6,12 @@ a connection that the application closed (it quit, or was restarted) is retried 
 connection.  Every failure becomes a :class:`ToolError` whose message says what to do.
 """
 
-from .client import Client
-from .errors import UIRemoteAuthError, UIRemoteConnectionError, UIRemoteError, UIRemoteProtocolError, UIRemoteTimeout
+from ..client import Client
+from ..errors import UIRemoteAuthError, UIRemoteConnectionError, UIRemoteError, UIRemoteProtocolError, UIRemoteTimeout
 
 __all__ = ["AppLink", "ToolError", "PROBE"]
 
-#: The extension word asked for when a connection opens.  An application without extension
+#: The extension word asked for when a connection opens (as a tree with depth 0 would send it).  An application without extension
 #: mode answers it {"result": false} like any other unknown control, and runs nothing.
 PROBE = {"tree": {"depth": 0}}
 
@@ -28,6 +28,8 @@ class AppLink:
         self.timeout = float(timeout)
         self.extensions = False  # what the last connection's probe found
         self._client = None
+        #: Builds the tools' requests (Client.request); it never connects.
+        self.builder = Client(self.host, self.port)
 
     @property
     def address(self):
