@@ -7,6 +7,7 @@
 // pointer is parked on an empty spot of the window, so the move that Qt puts in front of a press
 // at a new position is always part of the recording.
 
+#include "QtCompat.h"
 #include "TestSupport.h"
 #include "UIRemoteControl.h"
 
@@ -121,7 +122,7 @@ protected:
         case QEvent::MouseButtonDblClick:
         case QEvent::MouseMove: {
             const auto *mouse = static_cast<QMouseEvent *>(event);
-            events.append({event->type(), mouse->button(), mouse->buttons(), mouse->modifiers(), mouse->localPos(),
+            events.append({event->type(), mouse->button(), mouse->buttons(), mouse->modifiers(), QtCompat::LocalPos(mouse),
                            mouse->timestamp()});
             break;
         }

@@ -3,6 +3,7 @@
 // does one thing the way the Qt it is built against wants it done, without a deprecated call.
 
 #include <QMetaType>
+#include <QMouseEvent>
 #include <QVariant>
 #include <QtGlobal>
 
@@ -48,6 +49,16 @@ inline void SetLastMouseButton([[maybe_unused]] Qt::MouseButton button)
 {
 #if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
     QTest::lastMouseButton = button;
+#endif
+}
+
+// Where a mouse event happened, in the receiver's coordinates.
+inline QPointF LocalPos(const QMouseEvent *event)
+{
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+    return event->position();
+#else
+    return event->localPos();
 #endif
 }
 
