@@ -127,11 +127,41 @@ def _active_element(session, params, body):
     return element_ref(found[0])
 
 
+def scroll_into_view(session, element, node, window):
+    """Scrolls the flickable (list, grid, scroll view) that holds an element shown outside its
+    window until the element's centre is in the middle of the flickable, as far as it goes."""
+    rect = node.get("rect")
+    size = [session.client.get_property(window, key).value for key in ("width", "height")]
+    if not rect or None in size or (rect["x"] >= 0 and rect["y"] >= 0 and rect["x"] + rect["width"] <= size[0]
+                                    and rect["y"] + rect["height"] <= size[1]):
+        return node
+    scene = Scene(session.client, session.client.tree())
+    index = scene.index_of_path(element.path)
+    index = scene.parents[index] if index is not None else None
+    while index is not None and not scene.is_type(index, "Flickable"):
+        index = scene.parents[index]
+    if index is None:
+        return node
+    view, box = scene.nodes[index]["path"], scene.nodes[index]["rect"]
+    for axis, start, length in (("Y", "y", "height"), ("X", "x", "width")):
+        shift = (rect[start] + rect[length] / 2.0) - (box[start] + box[length] / 2.0)
+        if abs(shift) < 1:
+            continue
+        now, origin, content = (session.client.get_property(view, name).value
+                                for name in ("content" + axis, "origin" + axis, "content" + length.title()))
+        if None in (now, origin, content):
+            continue
+        wanted = max(origin, min(now + shift, origin + content - box[length]))
+        session.client.set_property(view, "content" + axis, wanted)
+    return session.elements.node(element)
+
+
 @route("POST", "/session/{sid}/element/{eid}/click")
 def _click(session, params, body):
     element = element_of(session, params["eid"])
-    session.elements.node(element)
+    node = session.elements.node(element)
     window = window_of(session, element)
+    scroll_into_view(session, element, node, window)
     with_reason(session.client.click(element.path, window), "click")
     settle(session, window)
 

@@ -26,7 +26,7 @@ class _Handler(BaseHTTPRequestHandler):
             sys.stderr.write("uiremote webdriver: %s\n" % (format % args))
 
     def _reply(self, status, payload):
-        data = json.dumps(payload, ensure_ascii=False).encode("utf-8")
+        data = json.dumps(payload).encode("ascii")  # escapes keep a pair of surrogates one character
         self.send_response(status)
         self.send_header("Content-Type", "application/json; charset=utf-8")
         self.send_header("Cache-Control", "no-cache")
