@@ -188,7 +188,9 @@ def _script(session, body):
         if len(args) < 2 or not isinstance(args[1], str):
             raise WebDriverError("invalid argument", "getAttribute needs an element and a name")
         return attribute(session, element_argument(session, args[0]), args[1])
-    if script.startswith("/* isDisplayed */"):
+    head = script[:3000]  # WebdriverIO puts a few helpers before its function
+    if script.startswith("/* isDisplayed */") or "function isElementDisplayed(" in head \
+            or "function isElementInViewport(" in head:  # Selenium's and WebdriverIO's
         if not args:
             raise WebDriverError("invalid argument", "isDisplayed needs an element")
         return displayed(session, element_argument(session, args[0]))
