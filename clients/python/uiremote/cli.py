@@ -233,6 +233,10 @@ def main(argv=None, stdin=None, stdout=None, stderr=None):
     stdin = stdin or sys.stdin
     stdout = stdout or sys.stdout
     stderr = stderr or sys.stderr
+    argv = sys.argv[1:] if argv is None else list(argv)
+    if argv[:1] == ["webdriver"]:  # an HTTP server with options of its own
+        from .webdriver import main as webdriver_main
+        return webdriver_main(argv[1:])
     parser = build_parser()
     try:
         args = parser.parse_args(argv)
