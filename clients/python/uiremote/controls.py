@@ -203,11 +203,11 @@ class Controls:
         return self._request("keyclick", {"winobjname": self._window(window), "key": code,
                                           "keyboardModifier": mods}, delay)
 
-    @control(finish=bool)
+    @control()
     def type_text(self, window=None, text="", *, path=None, parent=None):
         """Types ``text`` exactly as given, any Unicode text, one key press per character with
         that character as its text, into the focused item of ``window`` (extension mode).  With
-        ``path`` the item is clicked first to take the focus.  Returns True on success."""
+        ``path`` the item is clicked first to take the focus.  Returns the reply (true on success)."""
         data = {"winobjname": self._window(window) if path is None else window, "text": str(text)}
         if path is not None:
             data.update(self._target(path, parent))

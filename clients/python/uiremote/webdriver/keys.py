@@ -70,7 +70,7 @@ def type_keys(client, window, text):
 
     def flush():
         if run:
-            reply = client._control("typetext", {"winobjname": window, "text": "".join(run)})
+            reply = client.type_text(window, "".join(run))
             run.clear()
             if not reply.result:
                 return reply.error or "typing failed"
