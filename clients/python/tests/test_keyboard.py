@@ -57,12 +57,12 @@ def test_key_names_and_editing_keys(ui):
 
 
 def test_type_text(ui):
-    assert ui.type_text(WINDOW, "hello, world 42 -=[];'./`") is True
+    assert ui.type_text(WINDOW, "hello, world 42 -=[];'./`").result is True
     assert prop(ui, "text") == "hello, world 42 -=[];'./`"
 
 
 def test_type_text_types_any_text_exactly(ui):
-    assert ui.type_text(WINDOW, "Hello W\u00f6rld \u4f60\u597d!") is True
+    assert ui.type_text(WINDOW, "Hello W\u00f6rld \u4f60\u597d!").result is True
     assert prop(ui, "text") == "Hello W\u00f6rld \u4f60\u597d!"
 
 

@@ -42,17 +42,9 @@ def _add_commands(subparsers):
     p.set_defaults(run=lambda c, a: _send(c, a.json))
 
 
-class _TypeResult:
-    def __init__(self, result):
-        self.result = result
-
-    def to_json(self):
-        return {"result": self.result}
-
-
 def _type(client, window, text):
     try:
-        return _TypeResult(client.type_text(window, text))
+        return client.type_text(window, text)
     except ValueError as error:
         raise _UsageError(str(error)) from None
 
