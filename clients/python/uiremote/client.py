@@ -790,6 +790,10 @@ class Client(SceneMixin):
         """How often a spy's signal fired: ``value`` is {"count": n, "args": [[...], ...]}."""
         return self._control("spycount", {"id": int(spy_id)})
 
+    def unspy(self, spy_id):
+        """Disarms a spy."""
+        return self._control("unspy", {"id": int(spy_id)})
+
     def wait_spy(self, spy_id, count=1, timeout=5.0):
         """Waits until a spy has seen ``count`` emissions in all; ``value`` is the count."""
         return self._control("waitspy", {"id": int(spy_id), "count": int(count), "timeout": int(timeout * 1000)})
@@ -834,9 +838,15 @@ class _ExpectSignal:
         return self
 
     def __exit__(self, exc_type, *exc_info):
-        if exc_type is None:
-            self.reply = self._client.wait_spy(self.spy_id, self._count, self._timeout)
-            self.reply.check("waiting for %s %s" % self._args[:2])
+        try:
+            if exc_type is None:
+                self.reply = self._client.wait_spy(self.spy_id, self._count, self._timeout)
+                self.reply.check("waiting for %s %s" % self._args[:2])
+        finally:
+            try:
+                self._client.unspy(self.spy_id)  # disarmed once the block is done
+            except (UIRemoteConnectionError, UIRemoteTimeout):
+                pass  # the connection is gone, and the spy with it
 
 
 class _Batch(Client):
