@@ -103,6 +103,26 @@ for target in $TARGETS; do
   summary="$summary   $line"$'\n'
 done
 
+# The long run also sweeps every invokable method of the common QML types with the long argument
+# lists (tests/tst_method_sweep.cpp), built with the sanitizers in the test-sanitize build dir.
+if [ "$MODE" = long ]; then
+  SWEEP_DIR=${SANITIZE_BUILD_DIR:-build-sanitize}
+  if [ -x "$SWEEP_DIR/bin/tst_method_sweep" ]; then
+    echo "== fuzz: method sweep (long) with $SWEEP_DIR/bin/tst_method_sweep"
+    sweep_status=0
+    QT_QPA_PLATFORM=offscreen QT_QUICK_BACKEND=software UIRC_SWEEP=long \
+      timeout 1800 "$SWEEP_DIR/bin/tst_method_sweep" >"$BUILD_DIR/method_sweep.log" 2>&1 || sweep_status=$?
+    if [ "$sweep_status" -ne 0 ]; then
+      status=1
+      summary="$summary   method sweep: FAILED (exit $sweep_status), see $BUILD_DIR/method_sweep.log"$'\n'
+    else
+      summary="$summary   method sweep: ok"$'\n'
+    fi
+  else
+    summary="$summary   method sweep: not run (make test-sanitize builds $SWEEP_DIR/bin/tst_method_sweep)"$'\n'
+  fi
+fi
+
 echo
 echo "== fuzz summary ($MODE)"
 echo "   build time: ${build_time} s"

@@ -12,6 +12,9 @@
 #   SANITIZE_CXX        C++ compiler (default g++)
 #   CTEST_ARGS          extra ctest arguments, e.g. "-R tst_wire"
 #
+# Every C++ suite registered with uirc_add_test runs here, tst_faults_two, tst_method_sweep and
+# tst_nesting included.
+#
 # Qt's own leaks are suppressed in tests/sanitize/lsan.supp (each entry says why); nothing of
 # this project may be suppressed there. Any report fails the test that produced it.
 set -euo pipefail

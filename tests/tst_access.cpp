@@ -103,6 +103,37 @@ private slots:
                                             "UIRemoteControl::UIRemoteControl, start testing server error"}));
     }
 
+    void blankListenAddressOpensNothing_data()
+    {
+        QTest::addColumn<QByteArray>("value");
+        QTest::newRow("space") << QByteArray(" ");
+        QTest::newRow("tab") << QByteArray("\t");
+        QTest::newRow("empty") << QByteArray("");
+    }
+    void blankListenAddressOpensNothing()
+    {
+        QFETCH(QByteArray, value);
+        ScopedEnv listen("UIREMOTE_LISTEN", value);
+        remote = std::make_unique<UIRemoteControl>(&root, nullptr, FreePort(), nullptr);
+        QVERIFY(!remote->IsListening());
+        QCOMPARE(ErrorLines(), QStringList({"UIRemoteControl::ListenAddress, listen address is blank",
+                                            "UIRemoteControl::UIRemoteControl, start testing server error"}));
+    }
+
+    void tokenBytesThatAreNotUtf8AreComparedAsBytes()
+    {
+        ScopedEnv token("UIREMOTE_TOKEN", "\xff\xfe\xfd\xfc\xfb");
+        remote = std::make_unique<UIRemoteControl>(&root, nullptr, FreePort(), nullptr);
+        auto other = Connected(); // other stray bytes read alike as UTF-8, not as bytes
+        other->Send("{\"auth\": {\"token\": \"\x80\x81\x82\x83\x84\"}}");
+        QVERIFY(Closed(*other));
+        QCOMPARE(root.calls, 0);
+        auto right = Connected();
+        right->Send("{\"auth\": {\"token\": \"\xff\xfe\xfd\xfc\xfb\"}}" + kBump);
+        QTRY_COMPARE_WITH_TIMEOUT(right->replies.size(), 2, 5000);
+        QCOMPARE(right->replies[1], (QJsonObject{{"result", true}, {"value", 1}}));
+    }
+
     void rightTokenIsAnsweredTrueThenControlsRun()
     {
         StartWithToken();

@@ -43,6 +43,16 @@ inline QMetaType::TypeFlags TypeFlags(int type)
 #endif
 }
 
+// A value of a meta type copied from the data a signal passes.
+inline QVariant MakeValue(int type, const void *data)
+{
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+    return QVariant(QMetaType(type), data);
+#else
+    return QVariant(type, data);
+#endif
+}
+
 // The Qt Test library of Qt 5 remembers the last pressed button (for its double-click
 // detection); Qt 6 keeps no such state.
 inline void SetLastMouseButton([[maybe_unused]] Qt::MouseButton button)

@@ -8,9 +8,11 @@
 #include "TraceLog.h"
 
 #include <QJSEngine>
+#include <QJSValue>
 #include <QMetaMethod>
 #include <QQmlContext>
 #include <QQmlEngine>
+#include <QQmlExpression>
 #include <QQmlProperty>
 #include <QUrl>
 
@@ -131,6 +133,40 @@ bool ControlEngine::WritePropertyExtended(QObject *object, const ArgumentMap &ar
     return true;
 }
 
+// Scripted methods read the QML context of their caller: Loader.setSource and StackView.push
+// resolve URLs against it, Component.createObject creates in it. They are called from a function
+// made in the object's own QML context (else the root context), as the object's own bindings
+// would call them; without any QML context they are refused, since Qt would use a null one.
+bool ControlEngine::CallScripted(QObject *object, const QMetaMethod &method, const QVariantList &arguments,
+                                 QVariant *value) const
+{
+    QQmlContext *context = qmlContext(object) ? qmlContext(object) : m_context;
+    QQmlEngine *engine = context ? context->engine() : nullptr;
+    if (!engine || !context->isValid()) {
+        SetFailureReason(QStringLiteral("%1 can be called only on an object with a QML context").arg(Signature(method)));
+        return false;
+    }
+    QQmlExpression maker(context, object, QStringLiteral("(function(o, n, a) { return o[n].apply(o, a); })"));
+    const QVariant made = maker.evaluate();
+    if (maker.hasError() || made.userType() != qMetaTypeId<QJSValue>() || !made.value<QJSValue>().isCallable()) {
+        SetFailureReason(QStringLiteral("%1 could not be called").arg(Signature(method)));
+        return false;
+    }
+    const QJSValue result = made.value<QJSValue>().call(
+        {engine->toScriptValue(object), QString::fromLatin1(method.name()), engine->toScriptValue(arguments)});
+    if (result.isError()) {
+        SetFailureReason(QStringLiteral("%1 failed: %2").arg(Signature(method), result.toString()));
+        return false;
+    }
+    if (value) {
+        // Converted only when not too deep to convert.
+        if (!CheckNesting(QVariant::fromValue(result), "UIRemoteControl::DoInvokeRetMethod"))
+            return false;
+        *value = result.toVariant();
+    }
+    return true;
+}
+
 bool ControlEngine::InvokeTyped(QObject *object, const ArgumentMap &args, QVariant *value) const
 {
     const QByteArray name = args.value(QStringLiteral("method")).toString().toUtf8();
@@ -152,25 +188,8 @@ bool ControlEngine::InvokeTyped(QObject *object, const ArgumentMap &args, QVaria
     }
     // Scripted methods (StackView.push, pop) take their arguments as one script call.
     for (const QMetaMethod &method : named) {
-        if (method.parameterCount() == 1 && method.parameterTypes().constFirst() == "QQmlV4Function*") {
-            QQmlEngine *engine = qmlEngine(object) ? qmlEngine(object) : qmlEngine(m_root);
-            if (!engine)
-                break;
-            QJSValue call = engine->evaluate(QStringLiteral("(function(o, n, a) { return o[n].apply(o, a); })"));
-            QJSValue result = call.call({engine->toScriptValue(object), QString::fromUtf8(name),
-                                         engine->toScriptValue(arguments)});
-            if (result.isError()) {
-                SetFailureReason(QStringLiteral("%1 failed: %2").arg(Signature(method), result.toString()));
-                return false;
-            }
-            if (value) {
-                // Converted only when not too deep to convert.
-                if (!CheckNesting(QVariant::fromValue(result), "UIRemoteControl::DoInvokeRetMethod"))
-                    return false;
-                *value = result.toVariant();
-            }
-            return true;
-        }
+        if (method.parameterCount() == 1 && method.parameterTypes().constFirst() == "QQmlV4Function*")
+            return CallScripted(object, method, arguments, value);
     }
     const QMetaMethod *sameCount = nullptr;
     for (const QMetaMethod &method : named) {

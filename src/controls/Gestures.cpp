@@ -90,6 +90,10 @@ bool ControlEngine::DoWheel(const ArgumentMap &args, QVariant &)
         return false;
     }
     const QPointF scenePoint = item->mapToScene(local);
+    if (!Finite(scenePoint)) {
+        SetFailureReason(QStringLiteral("%1 is outside the window").arg(ArgumentsPath(args)));
+        return false;
+    }
     if (!CheckActionable(args, item, window, scenePoint, Qt::NoButton))
         return false;
     const QPoint total(qRound(dx * 8), qRound(dy * 8));
@@ -134,11 +138,15 @@ bool ControlEngine::DoSwipe(const ArgumentMap &args, QVariant &)
         return false;
     }
     const Qt::MouseButton button = ButtonOf(args);
-    const QPointF sceneFrom = item->mapToScene(from);
+    const QPointF sceneFrom = item->mapToScene(from), sceneTo = item->mapToScene(to);
+    if (!Finite(sceneFrom) || !Finite(sceneTo)) { // an item scaled far beyond any screen
+        SetFailureReason(QStringLiteral("the swipe on %1 is outside the window").arg(ArgumentsPath(args)));
+        return false;
+    }
     if (!CheckActionable(args, item, window, sceneFrom, button))
         return false;
     const InputInjector::Target target(window, item);
-    if (!InputInjector::SendSwipe(target, button, sceneFrom, item->mapToScene(to), steps, duration))
+    if (!InputInjector::SendSwipe(target, button, sceneFrom, sceneTo, steps, duration))
         return ActionInterrupted("UIRemoteControl::DoSwipe", args, target.WindowGone());
     return true;
 }

@@ -10,6 +10,8 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 
+#include <cmath>
+
 bool ControlEngine::DoScreenshot(const ArgumentMap &args, QVariant &value)
 {
     const QString winName = args.value(QStringLiteral("winobjname")).toString();
@@ -48,7 +50,17 @@ bool ControlEngine::DoScreenshot(const ArgumentMap &args, QVariant &value)
         }
         const qreal ratio = window->effectiveDevicePixelRatio();
         const QRectF scene = item->mapRectToScene(QRectF(0, 0, item->width(), item->height()));
-        crop = QRectF(scene.topLeft() * ratio, scene.size() * ratio).toAlignedRect();
+        // Cut to the window before it is made whole pixels: an item far away has coordinates no
+        // integer holds.
+        const QRectF shown = QRectF(scene.topLeft() * ratio, scene.size() * ratio) &
+                             QRectF(0, 0, window->width() * ratio, window->height() * ratio);
+        const bool finite = std::isfinite(scene.x()) && std::isfinite(scene.y()) && std::isfinite(scene.width()) &&
+                            std::isfinite(scene.height());
+        if (!finite || shown.isEmpty()) {
+            SetFailureReason(QStringLiteral("%1 is outside the window").arg(ArgumentsPath(args)));
+            return false;
+        }
+        crop = shown.toAlignedRect();
     }
     QImage image = SceneTree::Grab(window);
     if (image.isNull()) {

@@ -15,6 +15,7 @@
 
 #include <memory>
 
+class QMetaMethod;
 class QPointF;
 class QQuickItem;
 class QWindow;
@@ -61,6 +62,11 @@ public:
     bool DoSpy(const ArgumentMap &args, QVariant &value);
     bool DoSpyCount(const ArgumentMap &args, QVariant &value);
     bool DoWaitSpy(const ArgumentMap &args, QVariant &value);
+    bool DoUnspy(const ArgumentMap &args, QVariant &value);
+    // Spies belong to the connection whose control armed them (m_client while it runs; null for
+    // controlObject: the remote control's own) and go when it closes.
+    void ReleaseSpiesOf(const void *owner);
+    const void *m_client = nullptr;
     bool DoWaitProp(const ArgumentMap &args, QVariant &value);
     bool DoWaitIdle(const ArgumentMap &args, QVariant &value);
     QObject *FindWaitTarget(const ArgumentMap &args) const;
@@ -76,6 +82,7 @@ public:
     bool ReadPropertyExtended(QObject *object, const ArgumentMap &args, QVariant &value);
     bool WritePropertyExtended(QObject *object, const ArgumentMap &args);
     bool InvokeTyped(QObject *object, const ArgumentMap &args, QVariant *value) const;
+    bool CallScripted(QObject *object, const QMetaMethod &method, const QVariantList &arguments, QVariant *value) const;
 
 private:
     // The remote control's own lookups, as its handlers call them.

@@ -110,6 +110,10 @@ public:
     void setBeforeEachControl(std::function<void()> hook) { m_beforeEachControl = std::move(hook); }
 
 protected:
+    // Serves another scene from the next control on (a program's next window once the first is
+    // gone); clients stay connected and spies stay armed.
+    void ServeScene(QObject *root, QQmlContext *context, QWindow *window);
+
     // Control handlers, one per control type; a subclass may replace any of them.
     virtual bool DoInvokeMethod(const ArgumentMap &args);
     virtual bool DoInvokeRetMethod(const ArgumentMap &args, QVariant &value) const;

@@ -13,6 +13,8 @@
 #include <QtTest/qtestkeyboard.h>
 #include <QtTest/qtestmouse.h>
 
+#include <cmath>
+
 namespace QTest {
 Q_TESTLIB_EXPORT int defaultMouseDelay();
 }
@@ -187,6 +189,23 @@ bool SendKeyClick(const Target &target, int key, const QString &text, Qt::Keyboa
 
 namespace {
 
+// A point as whole window pixels. Points far outside any window are brought to the edge of the
+// range that converts, as the event's position could not hold them anyway.
+QPoint WholePoint(const QPointF &point)
+{
+    const auto whole = [](qreal value) {
+        return std::isfinite(value) ? qRound(qBound(qreal(-1e9), value, qreal(1e9))) : 0;
+    };
+    return QPoint(whole(point.x()), whole(point.y()));
+}
+
+// The screen point of a window point, its fraction kept.
+QPointF GlobalPoint(QWindow *window, const QPointF &pos)
+{
+    const QPoint whole = WholePoint(pos);
+    return window->mapToGlobal(whole) + (pos - QPointF(whole));
+}
+
 // The key code a keyboard gives for a character: the control keys by name, else the character's
 // upper-case code point (Qt::Key_A for "a", Qt::Key_Eacute for "é", the code point itself for
 // characters without case).
@@ -223,7 +242,7 @@ bool SendWheel(const Target &target, QPointF pos, QPoint angleDelta, QPoint pixe
         return false;
     QWindow *window = target.Window();
     modifiers &= static_cast<unsigned int>(Qt::KeyboardModifierMask);
-    const QPointF global = window->mapToGlobal(pos.toPoint()) + (pos - QPointF(pos.toPoint()));
+    const QPointF global = GlobalPoint(window, pos);
     QWheelEvent event(pos, global, pixelDelta, angleDelta, QTestPrivate::qtestMouseButtons, modifiers,
                       Qt::NoScrollPhase, false, Qt::MouseEventNotSynthesized);
     event.setTimestamp(ulong(++QTest::lastMouseTimestamp));
@@ -245,7 +264,7 @@ bool SendSwipe(const Target &target, Qt::MouseButton button, QPointF from, QPoin
             return;
         }
         QWindow *window = target.Window();
-        const QPointF global = window->mapToGlobal(pos.toPoint()) + (pos - QPointF(pos.toPoint()));
+        const QPointF global = GlobalPoint(window, pos);
         qt_handleMouseEvent(window, pos, global, buttons, which, type, Qt::NoModifier, stamp);
         last = pos;
         qApp->processEvents();
@@ -268,7 +287,7 @@ bool SendSwipe(const Target &target, Qt::MouseButton button, QPointF from, QPoin
         send(QEvent::MouseMove, Qt::NoButton, from + (to - from) * share, start + qMax(due, i));
     }
     if (!complete || !target.Alive()) {
-        ReleaseHeldButton(target, button, last.toPoint());
+        ReleaseHeldButton(target, button, WholePoint(last));
         return false;
     }
     const int end = start + qMax(durationMs, steps) + 1;

@@ -45,6 +45,14 @@ public:
 private:
     void Visit(QObject *object)
     {
+        // Met again (below a repeater or a view) where every open frame has counted it: each of
+        // them counted everything below it too, so the walk below would change nothing.
+        bool counted = true;
+        for (int f = 0; f < m_frames.size() && counted; ++f)
+            counted = m_frames.at(f).seen.contains(object);
+        if (counted)
+            return;
+        SearchOrder::CountVisit();
         const bool named = m_paths.contains(object) && !m_selected.contains(object);
         const QStringList chain = Selector::TypeChain(object);
         for (int f = 0; f < m_frames.size(); ++f) {

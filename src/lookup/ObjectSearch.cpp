@@ -6,6 +6,7 @@
 #include "SearchOrder.h"
 #include "TraceLog.h"
 
+#include <QHash>
 #include <QQuickItem>
 
 #include <algorithm>
@@ -41,30 +42,76 @@ QString NamesFrom(const QStringList &names, int head)
     return joined;
 }
 
-QObject *FindPath(QObject *parent, const QStringList &names, int head, RouteStack *route);
+// The searches that failed, per object: the highest head at which the search below the object
+// found nothing. Below an object, the names from a lower head on can be consumed only where those
+// from a higher head on can too, so every visit at that head or a lower one fails as well and is
+// answered at once. Objects are met again where a repeater's delegates or a view's content are
+// reached a second time; without this, nested repeaters cost twice as much per level. The table
+// is kept from the first repeater or view on (before it, nothing is met twice), and not while the
+// trace log writes every visit, whose lines stay as they always were.
+struct Failures {
+    QHash<const QObject *, int> highest;
+    bool active = false;
+    bool Known(const QObject *object, int head) const
+    {
+        const auto it = highest.constFind(object);
+        return it != highest.constEnd() && head <= *it;
+    }
+    void Note(const QObject *object, int head)
+    {
+        int &known = highest[object]; // 0 when new: at head 0 a fresh entry is exact
+        known = qMax(known, head);
+    }
+};
 
-QObject *FindPathInRepeater(const QObject *repeater, const QStringList &names, int head, RouteStack *route)
+QObject *FindPath(QObject *parent, const QStringList &names, int head, RouteStack *route, Failures &failures);
+
+QObject *FindPathInRepeater(const QObject *repeater, const QStringList &names, int head, RouteStack *route,
+                            Failures &failures)
 {
     for (QQuickItem *child : SearchOrder::RepeaterDelegates(repeater)) {
-        if (QObject *found = FindPath(child, names, head, route))
+        if (QObject *found = FindPath(child, names, head, route, failures))
             return found;
     }
     return nullptr;
 }
 
-QObject *FindPathInFlickable(const QObject *flickable, const QStringList &names, int head, RouteStack *route)
+QObject *FindPathInFlickable(const QObject *flickable, const QStringList &names, int head, RouteStack *route,
+                             Failures &failures)
 {
     for (QQuickItem *child : SearchOrder::FlickableDelegates(flickable)) {
-        if (QObject *found = FindPath(child, names, head, route))
+        if (QObject *found = FindPath(child, names, head, route, failures))
             return found;
+    }
+    return nullptr;
+}
+
+QObject *FindBelow(QObject *parent, const QStringList &names, int head, RouteStack *route, Failures &failures)
+{
+    for (QObject *child : parent->children()) {
+        if (QObject *found = FindPath(child, names, head, route, failures))
+            return found;
+    }
+    if (SearchOrder::IsRepeater(parent)) {
+        failures.active = failures.active || !TraceLog::ShouldLog(TraceLog::Trace, __FILE__, __LINE__);
+        if (QObject *found = FindPathInRepeater(parent, names, head, route, failures))
+            return found;
+    }
+    if (SearchOrder::IsFlickable(parent)) {
+        failures.active = failures.active || !TraceLog::ShouldLog(TraceLog::Trace, __FILE__, __LINE__);
+        return FindPathInFlickable(parent, names, head, route, failures);
     }
     return nullptr;
 }
 
 // The search proper. names[head] is the next name to match; the names before it are matched
 // already. The list itself is shared by every step and never copied.
-QObject *FindPath(QObject *parent, const QStringList &names, int head, RouteStack *route)
+QObject *FindPath(QObject *parent, const QStringList &names, int head, RouteStack *route, Failures &failures)
 {
+    if (failures.active && failures.Known(parent, head))
+        return nullptr;
+    SearchOrder::CountVisit();
+    const int entered = head;
     // The name is read once: it is also what the next name is compared with (an unnamed
     // object's name is empty, whatever its label).
     const QString name = parent ? parent->objectName() : QString();
@@ -90,36 +137,32 @@ QObject *FindPath(QObject *parent, const QStringList &names, int head, RouteStac
             route->TakeSnapshot(QStringLiteral("target found"));
         return parent;
     }
-    for (QObject *child : parent->children()) {
-        if (QObject *found = FindPath(child, names, head, route))
-            return found;
-    }
-    if (SearchOrder::IsRepeater(parent)) {
-        if (QObject *found = FindPathInRepeater(parent, names, head, route))
-            return found;
-    }
-    if (SearchOrder::IsFlickable(parent))
-        return FindPathInFlickable(parent, names, head, route);
-    return nullptr;
+    QObject *found = FindBelow(parent, names, head, route, failures);
+    if (!found && failures.active)
+        failures.Note(parent, entered);
+    return found;
 }
 
 } // namespace
 
 QObject *UIRemoteControl::FindQMLObject(QObject *parent, QStringList names, RouteStack *route) const
 {
-    return FindPath(parent, names, 0, route);
+    Failures failures;
+    return FindPath(parent, names, 0, route, failures);
 }
 
 QObject *UIRemoteControl::FindQMLObjectForRepeater(const QObject *repeater, const QStringList &names,
                                                    RouteStack *route) const
 {
-    return FindPathInRepeater(repeater, names, 0, route);
+    Failures failures;
+    return FindPathInRepeater(repeater, names, 0, route, failures);
 }
 
 QObject *UIRemoteControl::FindQMLObjectForFlickable(const QObject *flickable, const QStringList &names,
                                                     RouteStack *route) const
 {
-    return FindPathInFlickable(flickable, names, 0, route);
+    Failures failures;
+    return FindPathInFlickable(flickable, names, 0, route, failures);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -249,6 +292,13 @@ QList<QQuickItem *> FlickableDelegates(const QObject *flickable)
     }
     return delegates;
 }
+
+namespace {
+quint64 g_visits = 0;
+} // namespace
+
+void CountVisit() { ++g_visits; }
+quint64 Visits() { return g_visits; }
 
 QList<QObject *> Children(QObject *object)
 {

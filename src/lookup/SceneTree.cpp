@@ -8,6 +8,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QScreen>
+#include <QPair>
 #include <QSet>
 
 namespace SceneTree {
@@ -71,16 +72,26 @@ QString PathName(const QObject *object)
     return name.contains(QLatin1Char('.')) ? QString() : name;
 }
 
-// Walks in the object search's order, revisits included, handing each visit the names of the
-// named objects on the way down (the visited object's own name last, when it has one).
-void SearchWalk(QObject *object, QStringList &names, const std::function<void(QObject *, const QStringList &)> &visit)
+// Walks in the object search's order, handing each visit the names of the named objects on the
+// way down (the visited object's own name last, when it has one). An object met again (below a
+// repeater or a view) with the same names on the way down is passed over with everything below
+// it: that part of the walk would hand out the same visits again, and nested repeaters would
+// double the walk at each level.
+using Visited = QSet<QPair<QObject *, QString>>;
+void SearchWalk(QObject *object, QStringList &names, const std::function<void(QObject *, const QStringList &)> &visit,
+                Visited &visited)
 {
     const QString name = PathName(object);
     if (!name.isEmpty())
         names.append(name);
-    visit(object, names);
-    for (QObject *child : SearchOrder::Children(object))
-        SearchWalk(child, names, visit);
+    const QPair<QObject *, QString> key(object, names.join(QLatin1Char('.')));
+    if (!visited.contains(key)) {
+        visited.insert(key);
+        SearchOrder::CountVisit();
+        visit(object, names);
+        for (QObject *child : SearchOrder::Children(object))
+            SearchWalk(child, names, visit, visited);
+    }
     if (!name.isEmpty())
         names.removeLast();
 }
@@ -121,6 +132,7 @@ QHash<QObject *, QString> FindingPaths(QObject *root)
     QHash<QObject *, QString> chains;
     QSet<QString> candidates;
     QStringList names;
+    Visited visited;
     SearchWalk(root, names, [&](QObject *object, const QStringList &chain) {
         if (PathName(object).isEmpty() || chains.contains(object))
             return;
@@ -128,13 +140,14 @@ QHash<QObject *, QString> FindingPaths(QObject *root)
         candidates.insert(chain.constLast());
         for (int n = 1; n <= chain.size(); ++n)
             candidates.insert(chain.mid(0, n).join(QLatin1Char('.')));
-    });
+    }, visited);
     QHash<QString, QObject *> found;
     // Second pass, in the same order: the first object at which each candidate runs out.
+    visited.clear();
     SearchWalk(root, names, [&](QObject *object, const QStringList &chain) {
         if (!PathName(object).isEmpty())
             TakeCompletedPaths(object, chain, 0, QString(), candidates, found);
-    });
+    }, visited);
     for (auto it = chains.constBegin(); it != chains.constEnd(); ++it) {
         const QString name = it.key()->objectName();
         if (found.value(name) == it.key())

@@ -7,6 +7,7 @@
 #include "UIRemoteControlGlobal.h"
 
 #include <QList>
+#include <QtGlobal>
 #include <QStringList>
 
 class QObject;
@@ -24,6 +25,10 @@ bool IsFlickable(const QObject *object);
 QList<QQuickItem *> RepeaterDelegates(const QObject *repeater);
 // The flickable's delegates: the visual children of each of its child items.
 QList<QQuickItem *> FlickableDelegates(const QObject *flickable);
+// Visits of objects by the searches so far (one thread: the GUI thread's), for tests and
+// benchmarks that check how often a search meets each object.
+void CountVisit();
+UIREMOTECONTROL_EXPORT quint64 Visits();
 // Everything the search descends into from object, in its order (an object may appear twice).
 UIREMOTECONTROL_EXPORT QList<QObject *> Children(QObject *object);
 

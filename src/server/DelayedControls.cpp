@@ -43,7 +43,10 @@ void UIRemoteControl::DoControl(const ParsedMessageInfo &info, QPointer<QTcpSock
     }
     if (info.delay < 1 || !m_timer) {
         QVariant value;
+        const void *outer = m_engine->m_client; // a delayed control may run inside another's wait
+        m_engine->m_client = socket.data();
         const bool result = Action(info, value);
+        m_engine->m_client = outer;
         // The control may have run a nested event loop; its client may be gone by now.
         if (socket && m_clients.contains(socket.data()))
             ResponseToClient(socket.data(), result, value);

@@ -13,10 +13,16 @@
 
 bool ServerAccess::ListenAddress(QHostAddress &address)
 {
-    const QString value = qEnvironmentVariable("UIREMOTE_LISTEN").trimmed();
-    if (value.isEmpty()) {
+    // Unset, the server listens on every address; set but blank (a typo, a space, a tab) is an
+    // error, never a reason to listen more widely.
+    if (!qEnvironmentVariableIsSet("UIREMOTE_LISTEN")) {
         address = QHostAddress(QHostAddress::Any);
         return true;
+    }
+    const QString value = qEnvironmentVariable("UIREMOTE_LISTEN").trimmed();
+    if (value.isEmpty()) {
+        RC_ERROR("%s, listen address is blank", "UIRemoteControl::ListenAddress");
+        return false;
     }
     if (value == QLatin1String("localhost")) {
         address = QHostAddress(QHostAddress::LocalHost);
@@ -39,16 +45,24 @@ bool SameSecret(const QByteArray &given, const QByteArray &expected)
     return difference == 0;
 }
 
-bool IsAuthMessage(const QByteArray &message, const QString &token)
+// The token is compared as the bytes the client sent. A message that is not UTF-8 is read a byte
+// per character: decoded as UTF-8, its stray bytes would all read as the same replacement
+// character, and any such bytes would match a token of such bytes.
+bool IsAuthMessage(const QByteArray &message, const QByteArray &token)
 {
+    const bool utf8 = QString::fromUtf8(message).toUtf8() == message;
     QVariant request;
-    if (!WireText::ParseMessage(message, request) || request.userType() != QMetaType::QVariantMap)
+    if (!(utf8 ? WireText::ParseMessage(message, request) : ParseJSON(QString::fromLatin1(message), request)) ||
+        request.userType() != QMetaType::QVariantMap)
         return false;
     const QVariantMap map = request.toMap();
     if (map.size() != 1 || map.firstKey() != QLatin1String("auth"))
         return false;
     const QVariant given = map.first().toMap().value(QStringLiteral("token"));
-    return given.userType() == QMetaType::QString && SameSecret(given.toString().toUtf8(), token.toUtf8());
+    if (given.userType() != QMetaType::QString)
+        return false;
+    const QString text = given.toString();
+    return SameSecret(utf8 ? text.toUtf8() : text.toLatin1(), token);
 }
 
 } // namespace

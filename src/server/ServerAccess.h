@@ -2,7 +2,7 @@
 // Who may reach the testing server, and how accepting goes (ServerAccess.cpp):
 //
 //  - UIREMOTE_LISTEN names the address (an IP address, or "localhost"); unset, the server
-//    listens on every address.
+//    listens on every address; set but blank, it listens nowhere.
 //  - With UIREMOTE_TOKEN set, a connection's first message must be {"auth": {"token": "..."}},
 //    answered {"result": true}. Any other first message, or a wrong token, closes the connection
 //    without running anything, and one line is logged.
@@ -33,7 +33,7 @@ public:
 
 private:
     UIRemoteControl &q;
-    const QString m_token = qEnvironmentVariable("UIREMOTE_TOKEN");
+    const QByteArray m_token = qgetenv("UIREMOTE_TOKEN"); // compared as bytes
     QSet<QTcpSocket *> m_authenticated; // connections that gave the token (when one is set)
     bool m_acceptFailing = false;       // accepting failed and has not succeeded since
 };

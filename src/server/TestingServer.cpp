@@ -59,6 +59,13 @@ UIRemoteControl::~UIRemoteControl()
     m_server.close();
 }
 
+void UIRemoteControl::ServeScene(QObject *root, QQmlContext *context, QWindow *window)
+{
+    m_root = root;
+    m_context = context;
+    m_window = window;
+}
+
 void UIRemoteControl::HandleNewClientConnected()
 {
     while (m_server.hasPendingConnections())
@@ -83,6 +90,7 @@ void UIRemoteControl::ReleaseClient()
         return;
     m_clients.remove(socket);
     m_access->Forget(socket);
+    m_engine->ReleaseSpiesOf(socket);
     socket->deleteLater();
 }
 
@@ -102,7 +110,7 @@ void UIRemoteControl::ReadDataFromClient()
 }
 
 // Cuts the bytes at hand into messages: whitespace outside strings is dropped, a '}' directly
-// followed by '{' ends a message, and the end of the bytes at hand ends the last one (even when
+// followed by '{' ends a message (in extension mode, strings may hold escaped quotes), and the end of the bytes at hand ends the last one (even when
 // it is empty). Nothing is kept between reads: a message split over two reads becomes two
 // broken messages, so clients send each message whole and wait for its reply. Messages stay
 // bytes until they are parsed (WireText::ParseMessage).
@@ -119,6 +127,9 @@ void UIRemoteControl::ReadMessage(QTcpSocket *socket)
     int out = 0;
     int start = 0;
     bool inQuotes = false;
+    // In extension mode a backslash inside a string escapes the next byte (\" is no closing
+    // quote); outside it the framing stays as it always was.
+    const bool escapes = m_engine->m_extensions;
     for (int i = 0; i < size; ++i) {
         const char c = data[i];
         if (c == '"') {
@@ -128,6 +139,8 @@ void UIRemoteControl::ReadMessage(QTcpSocket *socket)
         }
         if (inQuotes) {
             data[out++] = c;
+            if (c == '\\' && escapes && i + 1 < size)
+                data[out++] = data[++i];
             continue;
         }
         if (c == '{' && out > start && data[out - 1] == '}') {

@@ -3,6 +3,7 @@
 //   gui   - a QGuiApplication that never shows a Qt Quick window
 //   view  - a QQuickView whose scene is loaded only after one turn of the event loop
 //   fork  - a Qt Quick window; the program starts a child by fork and exec, and one by fork alone
+//   splash - a splash window first; a tap on it destroys it and shows the main window (view's scene)
 // Each quits by itself after 60 seconds, should a test leave it running.
 
 #include <QCoreApplication>
@@ -35,6 +36,27 @@ void ShowScene(QQuickView &view)
         std::fprintf(stderr, "%s\n", qPrintable(component.errorString()));
     view.setContent(QUrl(), &component, component.create());
     view.show();
+}
+
+const char kSplash[] =
+    "import QtQuick 2.15\n"
+    "Rectangle { id: splash; objectName: 'splash'; width: 120; height: 60\n"
+    "  signal done()\n"
+    "  MouseArea { id: splashArea; anchors.fill: parent; onClicked: splash.done() } }\n";
+
+// The splash window, and after a tap on it, once it is destroyed, the main window.
+void ShowSplash(std::unique_ptr<QQuickView> &view)
+{
+    auto *splash = new QQuickView;
+    QQmlComponent component(splash->engine());
+    component.setData(kSplash, QUrl(QStringLiteral("file:///probe-target/splash.qml")));
+    splash->setContent(QUrl(), &component, component.create());
+    QObject::connect(splash->rootObject(), SIGNAL(done()), splash, SLOT(deleteLater()));
+    QObject::connect(splash, &QObject::destroyed, [&view] {
+        view.reset(new QQuickView);
+        ShowScene(*view);
+    });
+    splash->show();
 }
 
 // A child by fork and exec: it prints the preload it inherited. Another by fork alone: it runs
@@ -70,6 +92,8 @@ int main(int argc, char *argv[])
     if (std::strcmp(mode, "view") == 0) {
         view.reset(new QQuickView);
         QTimer::singleShot(0, view.get(), [&view] { ShowScene(*view); });
+    } else if (std::strcmp(mode, "splash") == 0) {
+        ShowSplash(view);
     } else if (std::strcmp(mode, "fork") == 0) {
         view.reset(new QQuickView);
         ShowScene(*view);

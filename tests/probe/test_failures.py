@@ -105,3 +105,25 @@ def test_program_of_the_other_qt_major_is_left_alone(isolated_env):
     version, major = printed.groups()
     assert major != os.environ.get("UIREMOTE_QT_MAJOR"), "the program runs the probe's own Qt major"
     assert re.fullmatch(qt_version_line(version), done.stderr.decode()), done.stderr
+
+
+def test_next_window_is_served_once_the_splash_is_gone(launch):
+    app = launch([program("UIREMOTE_PROBE_TARGET"), "splash"], ["--name-from-ids"])
+    ui = app.client
+    assert ui.get_property("splash", "width").value == 120
+    assert ui.click("splashArea", window="splash").result is True
+    assert app.wait_for_output(r"uiremote: the served window is gone; serving the next one \(top\)\n", timeout=30), \
+        app.output
+    assert ui.click("tapArea", window="top").result is True
+    assert ui.get_property("top", "taps").value == 1
+    assert probe_lines(app.output)[1:] == ["uiremote: the served window is gone; serving the next one (top)"]
+
+
+def test_blank_listen_address_gives_up(run_until_line):
+    for blank in (" ", "\t"):
+        app, match = run_until_line([program("UIREMOTE_LAUNCH"), "--", program("UIREMOTE_PROBE_TARGET"), "view"],
+                                    r"uiremote: (giving up|listening).*\n", env={"UIREMOTE_LISTEN": blank})
+        assert match is not None, app.output
+        assert probe_lines(app.output) == [
+            "uiremote: giving up: UIREMOTE_LISTEN is blank; set an address such as 127.0.0.1 or unset it"]
+        assert app.running

@@ -17,6 +17,7 @@ Measured figures are printed in the "robustness figures" block at the end of the
 import json
 import os
 import socket
+import subprocess
 import time
 from pathlib import Path
 
@@ -199,3 +200,14 @@ def test_many_idle_connections_do_not_change_the_answers(start, figures):
         for sock in idle:
             sock.close()
     assert app.running, app.output
+
+
+@pytest.mark.parametrize("blank", [" ", "\t", ""], ids=["space", "tab", "empty"])
+def test_blank_listen_address_is_refused(uiremote_host, blank):
+    """A blank --listen is no address: the host says so in one line instead of listening everywhere."""
+    done = subprocess.run([uiremote_host, "--port", "0", "--listen", blank, str(SCENE)], capture_output=True,
+                          text=True, timeout=60, env={**os.environ, **host_env()})
+    assert done.returncode == 2
+    own = [line for line in done.stderr.splitlines() if line.startswith("uiremote-host:")]  # not Qt's warnings
+    assert own == ["uiremote-host: --listen is blank: give an address such as 127.0.0.1"]
+    assert "listening" not in done.stdout

@@ -59,6 +59,12 @@ public:
             setBeforeEachControl(&IdNames::NameNewObjects);
         }
     }
+    void Follow(QObject *root, QQmlContext *context, QWindow *window, bool nameFromIds)
+    {
+        if (nameFromIds)
+            IdNames::Enable(root);
+        ServeScene(root, context, window);
+    }
 };
 
 // The object a window shows: a QQuickView's root item, a window written in QML itself, or the
@@ -122,6 +128,8 @@ private:
                 return;
             }
         }
+        if (m_remote)
+            return; // the next window may come at any time
         if (m_clock.elapsed() >= m_waitSeconds * 1000LL) {
             m_poll.stop();
             Say(m_rootName.isEmpty()
@@ -132,15 +140,27 @@ private:
 
     void Serve(QObject *root, QQuickWindow *window)
     {
+        Watch(root, window);
+        QQmlEngine *engine = qmlEngine(root);
+        const bool nameFromIds = Env("UIREMOTE_NAME_FROM_IDS") == QLatin1String("1");
+        if (m_remote) { // the served window is gone: this one follows it
+            m_remote->Follow(root, engine ? engine->rootContext() : nullptr, window, nameFromIds);
+            const QString name = root->objectName().isEmpty() ? SceneTree::QmlId(root) : root->objectName();
+            Say(QStringLiteral("the served window is gone; serving the next one (%1)")
+                    .arg(name.isEmpty() ? QString::fromLatin1(root->metaObject()->className()) : name));
+            return;
+        }
         const QString address = Env("UIREMOTE_LISTEN", QStringLiteral("127.0.0.1"));
+        if (address.trimmed().isEmpty()) { // never taken for "every address"
+            Say(QStringLiteral("giving up: UIREMOTE_LISTEN is blank; set an address such as 127.0.0.1 or unset it"));
+            return;
+        }
         qputenv("UIREMOTE_LISTEN", address.toUtf8()); // the library listens there
         bool ok = false;
         int port = Env("UIREMOTE_PORT").toInt(&ok);
         if (!ok || port < 1 || port > 65535)
             port = UIRemoteControl::DEFAULT_PORT;
-        QQmlEngine *engine = qmlEngine(root);
-        auto *remote = new ProbeRemoteControl(root, engine ? engine->rootContext() : nullptr, port, window,
-                                              Env("UIREMOTE_NAME_FROM_IDS") == QLatin1String("1"));
+        auto *remote = new ProbeRemoteControl(root, engine ? engine->rootContext() : nullptr, port, window, nameFromIds);
         if (!remote->IsListening()) {
             delete remote;
             QTcpServer trial; // repeats the attempt for its reason
@@ -155,12 +175,34 @@ private:
         Say(QStringLiteral("listening on %1:%2").arg(address).arg(remote->ServerPort()));
     }
 
+    // Once the served root or window is destroyed (a splash window that gives way to the main
+    // one), the probe looks for the next Qt Quick window and serves it.
+    void Watch(QObject *root, QQuickWindow *window)
+    {
+        for (const QMetaObject::Connection &connection : m_watched)
+            disconnect(connection);
+        m_watched.clear();
+        for (QObject *object : {root, static_cast<QObject *>(window)}) {
+            if (object)
+                m_watched.append(connect(object, &QObject::destroyed, this, [this] { Lost(); }));
+        }
+    }
+    void Lost()
+    {
+        for (const QMetaObject::Connection &connection : m_watched)
+            disconnect(connection);
+        m_watched.clear();
+        if (m_remote && !m_poll.isActive())
+            m_poll.start(kPollMs);
+    }
+
+    QList<QMetaObject::Connection> m_watched;
     const pid_t m_pid;
     int m_waitSeconds = 60;
     QString m_rootName;
     QElapsedTimer m_clock;
     QTimer m_poll;
-    QPointer<UIRemoteControl> m_remote;
+    QPointer<ProbeRemoteControl> m_remote;
 };
 
 // The software scene graph on the offscreen platform unless the user chose a backend, as

@@ -115,6 +115,12 @@ int RunHost(int argc, char *argv[], const std::function<void(QQmlApplicationEngi
     if (parser.positionalArguments().size() != 1)
         parser.showHelp(2);
 
+    // A blank address would read as none, which the library takes for every address.
+    if (parser.value(listenOption).trimmed().isEmpty()) {
+        std::fprintf(stderr, "uiremote-host: --listen is blank: give an address such as 127.0.0.1\n");
+        return 2;
+    }
+
     QQmlApplicationEngine engine;
     for (const QString &path : parser.values(importOption))
         engine.addImportPath(path);

@@ -292,9 +292,15 @@ class _ExpectSignal:
         return self
 
     def __exit__(self, exc_type, *exc_info):
-        if exc_type is None:
-            self.reply = self._client.wait_spy(self.spy_id, self._count, self._timeout)
-            self.reply.check("waiting for %s %s" % self._args[:2])
+        try:
+            if exc_type is None:
+                self.reply = self._client.wait_spy(self.spy_id, self._count, self._timeout)
+                self.reply.check("waiting for %s %s" % self._args[:2])
+        finally:
+            try:
+                self._client.unspy(self.spy_id)  # disarmed once the block is done
+            except (UIRemoteConnectionError, UIRemoteTimeout):
+                pass  # the connection is gone, and the spy with it
 
 
 class Batch:

@@ -191,6 +191,7 @@ def _commands():
           "duration": (("--duration",), dict(type=int, metavar="MS", help="milliseconds (default 200)"))}),
         ("spy", "spy", "arm a spy that counts a signal's emissions; prints its id", ["path", "signal", "parent"], {}),
         ("spy_count", "spycount", "print how often a spy's signal fired, with the arguments", ["spy_id"], {}),
+        ("unspy", "unspy", "disarm a spy", ["spy_id"], {}),
         ("wait_spy", "waitspy", "wait until a spy has seen a number of emissions", ["spy_id", "count", "timeout"],
          {"count": ((), dict(type=int, nargs="?", help="emissions in all (default 1)"))}),
         ("wait_property", "waitprop", "wait until a property holds a value",

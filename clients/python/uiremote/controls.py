@@ -367,6 +367,11 @@ class Controls:
         return self._request("spycount", {"id": int(spy_id)})
 
     @control()
+    def unspy(self, spy_id):
+        """Disarms a spy."""
+        return self._request("unspy", {"id": int(spy_id)})
+
+    @control()
     def wait_spy(self, spy_id, count=1, timeout=5.0):
         """Waits until a spy has seen ``count`` emissions in all; ``value`` is the count."""
         return self._request("waitspy", {"id": int(spy_id), "count": int(count), "timeout": _ms(timeout)})

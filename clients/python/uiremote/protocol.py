@@ -58,6 +58,7 @@ EXTENSION_TYPES = (
     "swipe",
     "tree",
     "typetext",
+    "unspy",
     "waitidle",
     "waitprop",
     "waitspy",

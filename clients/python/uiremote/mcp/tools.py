@@ -266,6 +266,8 @@ TOOLS = [
          run("the signal could not be spied on."), required=["objname", "signal"], **LOOK),
     tool("spy_count", "Spy count", 'How often a spy\'s signal fired, with the arguments: {"count": n, "args": '
          "[...]}.", ["id"], run("no such spy."), required=["id"], **LOOK),
+    tool("unspy", "Disarm spy", "Disarm a spy: it stops counting and its id is no longer known.", ["id"],
+         run("no such spy.", _done("The spy is disarmed.")), required=["id"], **LOOK),
     tool("wait_spy", "Wait for spy", "Wait until a spy has seen a number of emissions in all; returns the count.",
          ["id", "count", "timeout"], run("the spy did not see the emissions in time."), required=["id"], **LOOK),
     tool("wait_property", "Wait for property", "Wait until a property of an object equals a value.",
