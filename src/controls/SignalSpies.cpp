@@ -136,19 +136,25 @@ bool ControlEngine::DoWaitSpy(const ArgumentMap &args, QVariant &value)
     const int timeout = args.value(QStringLiteral("timeout"), 5000).toInt();
     QSignalSpy *signalSpy = spy->spy.get();
     const QPointer<QObject> object = spy->object;
-    WaitLoop wait([signalSpy, wanted] { return signalSpy->count() >= wanted; });
-    if (object) {
-        wait.Watch(object, spy->signal);
-        wait.Guard(object);
-    }
-    const bool met = object || signalSpy->count() >= wanted ? wait.Run(timeout) == WaitLoop::Outcome::Met : false;
-    if (met) {
-        value = signalSpy->count();
-        return true;
-    }
-    if (!object)
+    if (!object && signalSpy->count() < wanted) {
         SetFailureReason(QStringLiteral("the spied object was destroyed after %1 of %2 emissions").arg(signalSpy->count()).arg(wanted));
-    else
-        SetFailureReason(QStringLiteral("the spy saw %1 of %2 emissions within %3 ms").arg(signalSpy->count()).arg(wanted).arg(timeout));
-    return false;
+        return false;
+    }
+    // The spy lives as long as this remote control, and so longer than the wait.
+    auto *wait = new WaitLoop([signalSpy, wanted] { return signalSpy->count() >= wanted; });
+    if (object) {
+        wait->Watch(object, spy->signal);
+        wait->Guard(object);
+    }
+    return Await(wait, timeout, [this, signalSpy, wanted, timeout](int ending, QVariant &reply) {
+        if (ending == 0) {
+            reply = signalSpy->count();
+            return true;
+        }
+        if (ending == 2)
+            SetFailureReason(QStringLiteral("the spied object was destroyed after %1 of %2 emissions").arg(signalSpy->count()).arg(wanted));
+        else
+            SetFailureReason(QStringLiteral("the spy saw %1 of %2 emissions within %3 ms").arg(signalSpy->count()).arg(wanted).arg(timeout));
+        return false;
+    }, value);
 }

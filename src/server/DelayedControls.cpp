@@ -43,7 +43,19 @@ void UIRemoteControl::DoControl(const ParsedMessageInfo &info, QPointer<QTcpSock
     }
     if (info.delay < 1 || !m_timer) {
         QVariant value;
-        const bool result = Action(info, value);
+        // A wait does not block here: the queue stays held (no next control is picked) until it
+        // ends or its client leaves (ReleaseClient), while the application's event loop goes on.
+        m_engine->AllowWaitInBackground(true);
+        bool result = Action(info, value);
+        m_engine->AllowWaitInBackground(false);
+        if (m_engine->WaitPending()) {
+            m_engine->WhenWaitEnds(socket.data(), [this, socket](bool ended, const QVariant &reply) {
+                if (socket && m_clients.contains(socket.data()))
+                    ResponseToClient(socket.data(), ended, reply);
+                PickNextControl();
+            });
+            return;
+        }
         // The control may have run a nested event loop; its client may be gone by now.
         if (socket && m_clients.contains(socket.data()))
             ResponseToClient(socket.data(), result, value);

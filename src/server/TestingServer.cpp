@@ -84,6 +84,9 @@ void UIRemoteControl::ReleaseClient()
     m_clients.remove(socket);
     m_access->Forget(socket);
     socket->deleteLater();
+    // A wait that client asked for ends with it: the queue goes on for the others.
+    if (m_engine->CancelWaitOf(socket))
+        PickNextControl();
 }
 
 void UIRemoteControl::ReadDataFromClient()
