@@ -37,8 +37,13 @@ public:
             else
                 ++it;
         }
-        m_frames.append(Frame()); // the root itself is the first candidate of a root selector
-        Visit(root);
+        // Selectors count shown objects before hidden ones (Selector::Shown): two walks.
+        for (const bool shown : {true, false}) {
+            m_shownPass = shown;
+            m_frames.append(m_rootFrame); // the root itself is the first candidate of a root selector
+            Visit(root);
+            m_rootFrame = m_frames.takeLast();
+        }
     }
     QHash<QObject *, QString> Take() { return std::move(m_paths); }
 
@@ -47,7 +52,8 @@ private:
     {
         const bool named = m_paths.contains(object) && !m_selected.contains(object);
         const QStringList chain = Selector::TypeChain(object);
-        for (int f = 0; f < m_frames.size(); ++f) {
+        const bool counted = Selector::Shown(object) == m_shownPass;
+        for (int f = 0; counted && f < m_frames.size(); ++f) {
             Frame &frame = m_frames[f];
             if (frame.seen.contains(object))
                 continue;
@@ -65,19 +71,23 @@ private:
             }
         }
         if (named) {
-            Frame frame;
+            // A frame's counts go on from the first walk to the second.
+            Frame &frame = m_kept[object];
             frame.prefix = m_paths.value(object) + QLatin1Char('.');
             m_frames.append(frame);
         }
         for (QObject *child : SearchOrder::Children(object))
             Visit(child);
         if (named)
-            m_frames.removeLast();
+            m_kept[object] = m_frames.takeLast();
     }
 
     QHash<QObject *, QString> m_paths;
     QSet<QObject *> m_selected; // objects whose path is a selector path
     QVector<Frame> m_frames;
+    QHash<QObject *, Frame> m_kept; // the frames of named objects between the walks
+    Frame m_rootFrame;
+    bool m_shownPass = true;
 };
 
 int EditDistance(const QString &a, const QString &b)

@@ -33,6 +33,13 @@ ApplicationWindow {
 
     BusyIndicator { objectName: "spinner"; x: 300; y: 200; running: true }
 
+    // A closed dialog's combo box comes first in search order; the shown one after it.
+    Dialog { id: settings; objectName: "settings"; modal: true
+             ComboBox { objectName: "hiddenCombo"; model: ["a", "b"] } }
+    ComboBox { objectName: "shownCombo"; x: 200; y: 0; model: ["x", "y"] }
+    Button { objectName: "tipButton"; x: 200; y: 60; text: "Tip"; ToolTip.text: "hello"; ToolTip.delay: 0
+             onClicked: ToolTip.visible = true }
+
     property int level: 0
     Timer { objectName: "levelTimer"; interval: 30; onTriggered: window.level = 1 }
 }
