@@ -44,3 +44,8 @@ def test_actions_without_a_window_name_act_in_the_items_window(ui):
     assert ui.send({"click": {"objname": "tipButton", "winobjname": ""}}).result is True
     assert ui.send({"click": {"objname": "tipButton"}}).result is True
     assert ui.get_window_name("tipButton").value == "stackWindow"
+
+
+def test_reasons_suggest_only_close_names(ui):
+    assert ui.get_property("nosuch", "x").error == "no object matches nosuch"
+    assert ui.get_property("stackVew", "x").error == "no object matches stackVew; closest: stackView"
