@@ -146,7 +146,9 @@ private slots:
                  Failure("method itemAtIndex(int) does not take these arguments"));
         QCOMPARE(s->Ask(Json("{'invoke': {'objname': 'okButton', 'method': 'explode'}}")),
                  Failure("okButton has no method 'explode'"));
-        QCOMPARE(s->Ask(Json("{'click': {'objname': 'okButton'}}")), Failure("no window given (winobjname)"));
+        // A click that names no window acts in its item's own window.
+        QCOMPARE(s->Ask(Json("{'click': {'objname': 'okButton'}}")), Json("{'result': true}"));
+        QCOMPARE(s->Ask(Json("{'click': {'objname': 'okButton', 'winobjname': ''}}")), Json("{'result': true}"));
         QCOMPARE(s->Ask(Json("{'click': {'objname': 'plainObject', 'winobjname': 'mainWindow'}}")),
                  Failure("plainObject is not a visual item"));
         QCOMPARE(s->Ask(Json("{'getwinname': {'objname': 'plainObject'}}")), Failure("plainObject is not a visual item"));

@@ -8,6 +8,7 @@
 #include "ControlEngine.h"
 
 #include "SceneTree.h"
+#include "Selector.h"
 #include "TraceLog.h"
 
 #include <QGuiApplication>
@@ -22,10 +23,13 @@ QString Label(const QObject *object)
 {
     if (!object)
         return QStringLiteral("nothing");
+    if (const auto *window = qobject_cast<const QWindow *>(object))
+        return WindowName(const_cast<QWindow *>(window));
     if (!object->objectName().isEmpty())
         return object->objectName();
     const QString id = SceneTree::QmlId(object);
-    return id.isEmpty() ? QString::fromLatin1(object->metaObject()->className()) : id;
+    // A nameless object by its QML type (Button, not Button_QMLTYPE_11).
+    return id.isEmpty() ? Selector::TypeName(object) : id;
 }
 
 QString PointText(const QPointF &point)

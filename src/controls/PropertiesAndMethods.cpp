@@ -53,7 +53,8 @@ bool UIRemoteControl::DoGetWindowName(const ArgumentMap &args, QVariant &value)
         m_engine->SetFailureReason(QStringLiteral("%1 is in no window").arg(ArgumentsPath(args)));
         return false;
     }
-    value = QVariant(window->objectName());
+    // In extension mode a window without a name answers the name that finds it.
+    value = QVariant(m_engine->m_extensions ? WindowName(window) : window->objectName());
     return true;
 }
 

@@ -250,19 +250,25 @@ bool ControlEngine::DoWaitSpy(const ArgumentMap &args, QVariant &value)
     const int timeout = args.value(QStringLiteral("timeout"), 5000).toInt();
     const Recorder *signalSpy = spy->recorder.get(); // kept alive by spy while the wait runs
     const QPointer<QObject> object = spy->object;
-    WaitLoop wait([signalSpy, wanted] { return signalSpy->count >= wanted; });
-    if (object) {
-        wait.Watch(object, spy->signal);
-        wait.Guard(object);
-    }
-    const bool met = object || signalSpy->count >= wanted ? wait.Run(timeout) == WaitLoop::Outcome::Met : false;
-    if (met) {
-        value = signalSpy->count;
-        return true;
-    }
-    if (!object)
+    if (!object && signalSpy->count < wanted) {
         SetFailureReason(QStringLiteral("the spied object was destroyed after %1 of %2 emissions").arg(signalSpy->count).arg(wanted));
-    else
-        SetFailureReason(QStringLiteral("the spy saw %1 of %2 emissions within %3 ms").arg(signalSpy->count).arg(wanted).arg(timeout));
-    return false;
+        return false;
+    }
+    auto *wait = new WaitLoop([signalSpy, wanted] { return signalSpy->count >= wanted; });
+    if (object) {
+        wait->Watch(object, spy->signal);
+        wait->Guard(object);
+    }
+    // The conclusion holds the spy, so that a spy disarmed or released meanwhile outlives the wait.
+    return Await(wait, timeout, [this, spy, signalSpy, wanted, timeout](int ending, QVariant &reply) {
+        if (ending == 0) {
+            reply = signalSpy->count;
+            return true;
+        }
+        if (ending == 2)
+            SetFailureReason(QStringLiteral("the spied object was destroyed after %1 of %2 emissions").arg(signalSpy->count).arg(wanted));
+        else
+            SetFailureReason(QStringLiteral("the spy saw %1 of %2 emissions within %3 ms").arg(signalSpy->count).arg(wanted).arg(timeout));
+        return false;
+    }, value);
 }

@@ -71,12 +71,12 @@ bool ControlEngine::DoTypeText(const ArgumentMap &args, QVariant &)
     }
     auto *quickWindow = qobject_cast<QQuickWindow *>(window);
     if (!window->isExposed()) {
-        SetFailureReason(QStringLiteral("the window %1 is not exposed").arg(window->objectName()));
+        SetFailureReason(QStringLiteral("the window %1 is not exposed").arg(WindowName(window)));
         return false;
     }
     // The content item holds the focus when no item does: keys would reach nothing.
     if (!quickWindow || !quickWindow->activeFocusItem() || quickWindow->activeFocusItem() == quickWindow->contentItem()) {
-        SetFailureReason(QStringLiteral("no item has the keyboard focus in the window %1").arg(window->objectName()));
+        SetFailureReason(QStringLiteral("no item has the keyboard focus in the window %1").arg(WindowName(window)));
         return false;
     }
     const InputInjector::Target target(window);

@@ -1,14 +1,12 @@
 // Waits that do not poll: "waitprop" waits for a property to hold a value, woken only by the
-// property's notify signal; "waitidle" waits until nothing in a window moves any more (no
-// animation, transition, flick or stack-view change runs) and a frame has been rendered since,
-// woken by the running-state signals of those objects and by the window's frames. A window that
-// runs an animation without end never settles. Both hold the
-// queue while they wait, give up at their time-out and end at once, false, when the object they
-// wait on is destroyed.
+// change signals of the property and of the objects on the way to it; "waitidle" waits until
+// nothing in a window (or below an item) moves any more and a frame has been rendered since (see
+// WaitIdle.cpp). Both give up at their time-out and end at once, false, when the object they wait
+// on is destroyed. For a client of the server they hold the queue while the application's own
+// event loop goes on (ControlEngine::Await).
 
 #include "ControlEngine.h"
 
-#include "SceneTree.h"
 #include "TraceLog.h"
 #include "WaitLoop.h"
 
@@ -16,12 +14,11 @@
 #include <QJsonValue>
 #include <QMetaProperty>
 #include <QPointer>
-#include <QQuickItem>
-#include <QQuickWindow>
-#include <QSet>
-#include <QTimer>
+#include <QQmlContext>
+#include <QQmlEngine>
+#include <QQmlProperty>
 
-#include <algorithm>
+#include <memory>
 
 namespace {
 
@@ -48,44 +45,42 @@ bool Matches(const QVariant &actual, const QVariant &expected)
     return false;
 }
 
-// The objects of a window whose running state tells whether something still moves, and the
-// signal that announces each change of it.
-struct Mover {
-    QPointer<QObject> object;
-    const char *property;
+// A plain, attached ("ToolTip.visible") or dotted ("popup.opened", "contentItem.height")
+// property, as getpro reads it, and every property on the way to it: each link's change signal
+// may change what the name reaches.
+struct PropertyChain {
+    QQmlProperty target;
+    QList<QQmlProperty> links; // the target last
 };
 
-// How long a window must render no frame to count as settled.
-const int kQuietMs = 100;
-
-QList<Mover> Movers(QQuickWindow *window)
+PropertyChain Resolve(QObject *object, const QString &name, QQmlContext *fallback)
 {
-    QList<Mover> movers;
-    QSet<QObject *> seen;
-    const auto visit = [&movers, &seen](QObject *object, int) {
-        if (seen.contains(object))
-            return false;
-        seen.insert(object);
-        if (object->inherits("QQuickAbstractAnimation") || object->inherits("QQuickTransition"))
-            movers.append({object, "running"});
-        else if (object->inherits("QQuickFlickable") || object->inherits("QQuickPathView"))
-            movers.append({object, "moving"});
-        else if (object->inherits("QQuickStackView"))
-            movers.append({object, "busy"});
-        return true;
-    };
-    SceneTree::Walk(window, visit);
-    SceneTree::Walk(window->contentItem(), visit);
-    return movers;
+    PropertyChain chain;
+    QQmlContext *context = qmlContext(object) ? qmlContext(object) : fallback;
+    const QQmlProperty whole(object, name, context);
+    const int dot = name.indexOf(QLatin1Char('.'));
+    if (whole.isValid() || dot < 0) {
+        chain.target = whole;
+        chain.links.append(whole);
+        return chain;
+    }
+    const QQmlProperty head(object, name.left(dot), context);
+    QObject *next = head.isValid() ? qvariant_cast<QObject *>(head.read()) : nullptr;
+    if (next)
+        chain = Resolve(next, name.mid(dot + 1), fallback);
+    if (head.isValid())
+        chain.links.prepend(head);
+    return chain;
 }
 
-bool Moving(const Mover &mover)
-{
-    if (!mover.object)
-        return false;
-    const bool on = mover.object->property(mover.property).toBool();
-    return on && !(mover.object->inherits("QQuickAbstractAnimation") && mover.object->property("paused").toBool());
-}
+struct PropWait {
+    QPointer<QObject> object;
+    QString name;
+    QVariant expected;
+    QVariant current;
+    QQmlContext *context = nullptr;
+    PropertyChain chain;
+};
 
 } // namespace
 
@@ -94,13 +89,15 @@ bool Moving(const Mover &mover)
 bool ControlEngine::DoWaitProp(const ArgumentMap &args, QVariant &value)
 {
     RC_TRACE_SCOPE("UIRemoteControl::DoWaitProp");
-    const QPointer<QObject> object = FindWaitTarget(args);
-    if (!object)
+    auto state = std::make_shared<PropWait>();
+    state->object = FindWaitTarget(args);
+    if (!state->object)
         return false;
-    const QString name = args.value(QStringLiteral("property")).toString();
-    const QMetaObject *meta = object->metaObject();
-    const QMetaProperty property = meta->property(meta->indexOfProperty(name.toLatin1().constData()));
-    if (name.isEmpty() || !property.isValid()) {
+    state->name = args.value(QStringLiteral("property")).toString();
+    state->context = m_context;
+    state->chain = Resolve(state->object, state->name, m_context);
+    const QString &name = state->name;
+    if (name.isEmpty() || !state->chain.target.isValid()) {
         SetFailureReason(QStringLiteral("the object has no property \"%1\"").arg(name));
         return false;
     }
@@ -108,115 +105,51 @@ bool ControlEngine::DoWaitProp(const ArgumentMap &args, QVariant &value)
         SetFailureReason(QStringLiteral("waitprop needs the \"value\" to wait for"));
         return false;
     }
-    const QVariant expected = args.value(QStringLiteral("value"));
+    state->expected = args.value(QStringLiteral("value"));
     const int timeout = args.value(QStringLiteral("timeout"), 5000).toInt();
-    QVariant current;
-    WaitLoop wait([&object, &property, &expected, &current] {
-        if (!object)
+    auto *wait = new WaitLoop([state] {
+        if (!state->object)
             return false;
-        current = Plain(property.read(object));
-        return Matches(current, expected);
+        state->current = Plain(state->chain.target.read());
+        return Matches(state->current, state->expected);
     });
-    if (object && !Matches(Plain(property.read(object)), expected) && !property.hasNotifySignal()) {
+    // Every link is watched; after a change along the way (another popup, another content item)
+    // the name is resolved again and the new links are watched too.
+    const auto watchLinks = [state, wait] {
+        for (const QQmlProperty &link : state->chain.links) {
+            if (link.object() && link.property().hasNotifySignal())
+                wait->Watch(link.object(), link.property().notifySignal());
+        }
+    };
+    watchLinks();
+    if (state->chain.links.size() > 1) {
+        wait->BeforeEachCheck([state, watchLinks] {
+            if (!state->object)
+                return;
+            state->chain = Resolve(state->object, state->name, state->context);
+            watchLinks();
+        });
+    }
+    const QQmlProperty &target = state->chain.target;
+    if (!Matches(Plain(target.read()), state->expected) && !target.hasNotifySignal()) {
+        delete wait;
         SetFailureReason(QStringLiteral("the property \"%1\" has no change signal to wait on").arg(name));
         return false;
     }
-    wait.Watch(object, property.notifySignal());
-    wait.Guard(object);
-    switch (wait.Run(timeout)) {
-    case WaitLoop::Outcome::Met:
-        value = current;
-        return true;
-    case WaitLoop::Outcome::Destroyed:
-        SetFailureReason(QStringLiteral("the object was destroyed while waiting for \"%1\"").arg(name));
-        return false;
-    case WaitLoop::Outcome::TimedOut:
-        break;
-    }
-    SetFailureReason(QStringLiteral("\"%1\" was %2, not %3, after %4 ms")
-                         .arg(name, QJsonValue::fromVariant(current).toVariant().toString(),
-                              QJsonValue::fromVariant(expected).toVariant().toString())
-                         .arg(timeout));
-    return false;
-}
-
-// "waitidle": "winobjname" (else the default window), "timeout" ms (5000).
-bool ControlEngine::DoWaitIdle(const ArgumentMap &args, QVariant &)
-{
-    RC_TRACE_SCOPE("UIRemoteControl::DoWaitIdle");
-    const QString winName = args.value(QStringLiteral("winobjname")).toString();
-    QWindow *found = winName.isEmpty() ? m_window.data() : WindowNamed(winName);
-    const QPointer<QQuickWindow> window = qobject_cast<QQuickWindow *>(found);
-    if (!window) {
-        SetFailureReason(winName.isEmpty() ? QStringLiteral("there is no default window")
-                                           : QStringLiteral("no window is named \"%1\"").arg(winName));
-        return false;
-    }
-    if (!window->isExposed()) {
-        SetFailureReason(QStringLiteral("the window %1 is not exposed: it renders no frames").arg(window->objectName()));
-        return false;
-    }
-    const int timeout = args.value(QStringLiteral("timeout"), 5000).toInt();
-    const QList<Mover> movers = Movers(window);
-    const auto moving = [&movers] { return std::any_of(movers.begin(), movers.end(), Moving); };
-
-    // Settled: nothing moves, a frame has been rendered since the last movement ended, and no
-    // frame has followed it for a quiet period. The quiet period catches the animations that
-    // announce themselves nowhere (a view gliding to its current item, a Behavior): while they
-    // run, the window renders frame after frame. At the start the wait asks for one frame.
-    bool framed = false;
-    bool quiet = false;
-    int frames = 0;
-    QTimer quietTimer;
-    quietTimer.setSingleShot(true);
-    quietTimer.setInterval(kQuietMs);
-    bool frameAsked = false;
-    WaitLoop wait([&] {
-        if (moving()) {
-            framed = false;
+    wait->Guard(state->object);
+    return Await(wait, timeout, [this, state, timeout](int ending, QVariant &reply) {
+        if (ending == 0) {
+            reply = state->current;
+            return true;
+        }
+        if (ending == 2) {
+            SetFailureReason(QStringLiteral("the object was destroyed while waiting for \"%1\"").arg(state->name));
             return false;
         }
-        if (!framed && !frameAsked && window) { // the movement ended after the last frame
-            frameAsked = true;
-            window->update();
-        }
-        return framed && quiet;
-    });
-    QObject::connect(window, &QQuickWindow::frameSwapped, &wait, [&] {
-        framed = !moving();
-        quiet = false;
-        frameAsked = false;
-        ++frames;
-        quietTimer.start();
-    });
-    QObject::connect(&quietTimer, &QTimer::timeout, &wait, [&] {
-        quiet = true;
-        wait.Check();
-    });
-    for (const Mover &mover : movers) {
-        const QMetaObject *meta = mover.object->metaObject();
-        wait.Watch(mover.object, meta->property(meta->indexOfProperty(mover.property)).notifySignal());
-    }
-    wait.Guard(window);
-    switch (wait.Run(timeout)) {
-    case WaitLoop::Outcome::Met:
-        return true;
-    case WaitLoop::Outcome::Destroyed:
-        SetFailureReason(QStringLiteral("the window was destroyed while waiting for it to settle"));
+        SetFailureReason(QStringLiteral("\"%1\" was %2, not %3, after %4 ms")
+                             .arg(state->name, QJsonValue::fromVariant(state->current).toVariant().toString(),
+                                  QJsonValue::fromVariant(state->expected).toVariant().toString())
+                             .arg(timeout));
         return false;
-    case WaitLoop::Outcome::TimedOut:
-        break;
-    }
-    QStringList still;
-    for (const Mover &mover : movers) {
-        if (Moving(mover))
-            still.append(mover.object->objectName().isEmpty() ? SceneTree::QmlId(mover.object) : mover.object->objectName());
-    }
-    if (!still.isEmpty())
-        SetFailureReason(QStringLiteral("still moving after %1 ms: %2").arg(timeout).arg(still.join(QStringLiteral(", "))));
-    else if (frames == 0)
-        SetFailureReason(QStringLiteral("no frame was rendered within %1 ms").arg(timeout));
-    else
-        SetFailureReason(QStringLiteral("the window kept rendering frames for %1 ms: an animation runs").arg(timeout));
-    return false;
+    }, value);
 }

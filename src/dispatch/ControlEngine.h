@@ -13,12 +13,14 @@
 #include <QString>
 #include <QVariant>
 
+#include <functional>
 #include <memory>
 
 class QMetaMethod;
 class QPointF;
 class QQuickItem;
 class QWindow;
+class WaitLoop;
 
 class ControlEngine {
 public:
@@ -70,6 +72,21 @@ public:
     bool DoWaitProp(const ArgumentMap &args, QVariant &value);
     bool DoWaitIdle(const ArgumentMap &args, QVariant &value);
     QObject *FindWaitTarget(const ArgumentMap &args) const;
+    // A handler's wait: answered at once when its condition holds; in a control of the server
+    // (AllowWaitInBackground), left running while the application's event loop goes on, and
+    // answered when it ends; otherwise run in a nested event loop. `conclude` turns how it ended
+    // into the control's result, value and reason (0: met, 1: timed out, 2: object destroyed).
+    using Conclusion = std::function<bool(int ending, QVariant &value)>;
+    bool Await(WaitLoop *wait, int timeoutMs, Conclusion conclude, QVariant &value);
+
+    // For the server. Before a control runs, it allows the control to leave its wait running;
+    // afterwards WaitPending tells whether it did. The server then holds its queue until the wait
+    // ends and `done` gets the control's result and value (the reason is set), or until the
+    // server cancels it because the client that asked for it has gone (`done` is then not called).
+    void AllowWaitInBackground(bool allow) { m_waitInBackground = allow; }
+    bool WaitPending() const;
+    void WhenWaitEnds(const QObject *client, std::function<void(bool result, const QVariant &value)> done);
+    bool CancelWaitOf(const QObject *client);
 
     // The live tree, "find", screenshots and the reasons of failed searches.
     bool DoTree(const ArgumentMap &args, QVariant &value);
@@ -97,4 +114,7 @@ private:
 
     struct SpyTable;
     std::shared_ptr<SpyTable> m_spies;
+    struct PendingWait;
+    std::shared_ptr<PendingWait> m_pendingWait;
+    bool m_waitInBackground = false;
 };

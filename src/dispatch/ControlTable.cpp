@@ -180,8 +180,10 @@ const std::vector<ControlRow> &ControlTable::Rows()
           Required("value", "value", "any", "the value to wait for"), kTimeout},
          "the value", "Waits until a property holds a value, woken by its change signal."},
         {"waitidle", "wait_idle", true, [](C &c, const A &a, V &v) { return c.m_engine->DoWaitIdle(a, v); },
-         {Optional("winobjname", "window", "string", "the window (default: the main window)"), kTimeout},
-         "", "Waits until nothing in a window moves and a frame has rendered since."},
+         {Optional("winobjname", "window", "string", "the window (default: the item's window, else the main window)"),
+          Optional("objname", "path", "string", "only what moves below this item counts"),
+          Optional("ignore", "ignore", "array", "names, ids or types of what never stops, left out"), kTimeout},
+         "", "Waits until nothing in a window (or below an item) moves and a frame has rendered since."},
     };
     return rows;
 }

@@ -22,7 +22,9 @@ namespace {
 struct Frame {
     QString prefix; // "panel." or empty at the root
     QHash<QString, int> counts;
-    QSet<QObject *> seen;
+    QSet<QObject *> seen;   // counted, in either walk
+    QSet<QObject *> walked; // walked below in the current walk
+    bool shownWalk = true;  // the walk `walked` belongs to
 };
 
 class Counter {
@@ -37,25 +39,43 @@ public:
             else
                 ++it;
         }
-        m_frames.append(Frame()); // the root itself is the first candidate of a root selector
-        Visit(root);
+        // Selectors count shown objects before hidden ones (Selector::Shown): two walks.
+        for (const bool shown : {true, false}) {
+            m_shownPass = shown;
+            Restart(m_rootFrame);
+            m_frames.append(m_rootFrame); // the root itself is the first candidate of a root selector
+            Visit(root);
+            m_rootFrame = m_frames.takeLast();
+        }
     }
     QHash<QObject *, QString> Take() { return std::move(m_paths); }
 
 private:
+    // A frame entered in a new walk has walked nothing of it yet.
+    void Restart(Frame &frame) const
+    {
+        if (frame.shownWalk != m_shownPass) {
+            frame.walked.clear();
+            frame.shownWalk = m_shownPass;
+        }
+    }
+
     void Visit(QObject *object)
     {
-        // Met again (below a repeater or a view) where every open frame has counted it: each of
-        // them counted everything below it too, so the walk below would change nothing.
-        bool counted = true;
-        for (int f = 0; f < m_frames.size() && counted; ++f)
-            counted = m_frames.at(f).seen.contains(object);
-        if (counted)
+        // Met again (below a repeater or a view) where every open frame has walked it in this
+        // walk: each of them met everything below it too, so the walk below would change nothing.
+        bool walked = true;
+        for (int f = 0; f < m_frames.size() && walked; ++f)
+            walked = m_frames.at(f).walked.contains(object);
+        if (walked)
             return;
+        for (Frame &frame : m_frames)
+            frame.walked.insert(object);
         SearchOrder::CountVisit();
         const bool named = m_paths.contains(object) && !m_selected.contains(object);
         const QStringList chain = Selector::TypeChain(object);
-        for (int f = 0; f < m_frames.size(); ++f) {
+        const bool counted = Selector::Shown(object) == m_shownPass;
+        for (int f = 0; counted && f < m_frames.size(); ++f) {
             Frame &frame = m_frames[f];
             if (frame.seen.contains(object))
                 continue;
@@ -73,19 +93,24 @@ private:
             }
         }
         if (named) {
-            Frame frame;
+            // A frame's counts go on from the first walk to the second.
+            Frame &frame = m_kept[object];
             frame.prefix = m_paths.value(object) + QLatin1Char('.');
+            Restart(frame);
             m_frames.append(frame);
         }
         for (QObject *child : SearchOrder::Children(object))
             Visit(child);
         if (named)
-            m_frames.removeLast();
+            m_kept[object] = m_frames.takeLast();
     }
 
     QHash<QObject *, QString> m_paths;
     QSet<QObject *> m_selected; // objects whose path is a selector path
     QVector<Frame> m_frames;
+    QHash<QObject *, Frame> m_kept; // the frames of named objects between the walks
+    Frame m_rootFrame;
+    bool m_shownPass = true;
 };
 
 int EditDistance(const QString &a, const QString &b)

@@ -6,6 +6,7 @@
 #include "Resolution.h"
 
 #include "RouteStack.h"
+#include "SceneTree.h"
 #include "Selector.h"
 #include "TraceLog.h"
 
@@ -80,6 +81,11 @@ QWindow *UIRemoteControl::FindQMLWindow(const QString &name) const
         if (window->objectName() == name)
             return window;
     }
+    // In extension mode nameless windows answer to the names getwinname gives them.
+    if (m_engine->m_extensions) {
+        if (QWindow *window = WindowNamed(name))
+            return window;
+    }
     return m_window;
 }
 
@@ -93,12 +99,26 @@ QWindow *WindowNamed(const QString &name)
             return window;
     }
     for (QWindow *window : windows) {
-        auto *quick = window->objectName().isEmpty() ? qobject_cast<QQuickWindow *>(window) : nullptr;
-        const QList<QQuickItem *> roots = quick ? quick->contentItem()->childItems() : QList<QQuickItem *>();
-        if (!roots.isEmpty() && roots.first()->objectName() == name)
+        if (window->objectName().isEmpty() && WindowName(window) == name)
             return window;
     }
     return nullptr;
+}
+
+QString WindowName(QWindow *window)
+{
+    if (!window)
+        return QString();
+    if (!window->objectName().isEmpty())
+        return window->objectName();
+    auto *quick = qobject_cast<QQuickWindow *>(window);
+    const QList<QQuickItem *> roots = quick ? quick->contentItem()->childItems() : QList<QQuickItem *>();
+    if (!roots.isEmpty() && !roots.first()->objectName().isEmpty())
+        return roots.first()->objectName();
+    const QString id = roots.isEmpty() ? QString() : SceneTree::QmlId(roots.first());
+    if (!id.isEmpty())
+        return id;
+    return QStringLiteral("%1#%2").arg(Selector::TypeName(window)).arg(QGuiApplication::topLevelWindows().indexOf(window));
 }
 
 bool UIRemoteControl::FindWindowAndQuickItem(const ArgumentMap &args, const QString &caller, QWindow **window,
@@ -106,6 +126,21 @@ bool UIRemoteControl::FindWindowAndQuickItem(const ArgumentMap &args, const QStr
 {
     const QString winName = args.value(QStringLiteral("winobjname")).toString();
     QWindow *foundWindow = winName.isEmpty() ? nullptr : FindQMLWindow(winName);
+    // In extension mode an action that names no window acts in its item's own window.
+    if (!foundWindow && winName.isEmpty() && m_engine->m_extensions) {
+        QObject *object = FindQMLObject(args);
+        auto *foundItem = qobject_cast<QQuickItem *>(object);
+        if (foundItem && foundItem->window()) {
+            *window = foundItem->window();
+            *item = foundItem;
+            return true;
+        }
+        if (!object)
+            return false;
+        m_engine->SetFailureReason(foundItem ? QStringLiteral("%1 is in no window").arg(ArgumentsPath(args))
+                                             : QStringLiteral("%1 is not a visual item").arg(ArgumentsPath(args)));
+        return false;
+    }
     if (!foundWindow) {
         RC_FIXED_ERROR("%s, can not find QWindow %s", caller.toLocal8Bit().constData(), winName.toLocal8Bit().constData());
         m_engine->SetFailureReason(winName.isEmpty() ? QStringLiteral("no window given (winobjname)")

@@ -56,10 +56,17 @@ UIREMOTECONTROL_EXPORT bool HasType(const QObject *object, const QString &type);
 // properties included. Invalid when the object has no such property.
 UIREMOTECONTROL_EXPORT QVariant ReadProperty(const QObject *object, const QString &name);
 
+// Whether a person could see the object: an item that is visible (it and every parent item),
+// not fully transparent (it or a parent item at opacity 0) and in a visible window; a window
+// that is visible; a popup that is open; any other object as the nearest item, window or popup
+// it belongs to (QObject parents), and shown when it belongs to none.
+UIREMOTECONTROL_EXPORT bool Shown(const QObject *object);
+
 // The object search for a path with selectors, in the order of the name search (SearchOrder.h):
 // depth first, pre-order, each object consuming at most the head segment of the path, the
 // object at which the path runs out wins. A selector's index counts its matches below the object
-// that consumed the segment before it (each object once). route gets the search's snapshots.
+// that consumed the segment before it (each object once), the shown ones (Shown) first, each
+// group in search order. route gets the search's snapshots.
 UIREMOTECONTROL_EXPORT QObject *Find(QObject *root, const Path &path, RouteStack *route = nullptr);
 
 // The selector text of a segment ("{CheckBox}[2]").

@@ -1,53 +1,100 @@
-// The object search for paths that hold selectors. It visits objects exactly as the name search
-// does (SearchOrder.h); only the test at each object differs.
+// The object search for paths that hold selectors. It visits objects in the order of the name
+// search (SearchOrder.h); among the matches of a selector, shown objects come first.
 
 #include "RouteStack.h"
 #include "SearchOrder.h"
 #include "Selector.h"
 
 #include <QObject>
+#include <QQuickItem>
+#include <QQuickWindow>
 #include <QSet>
+
+#include <algorithm>
 
 namespace Selector {
 
+bool Shown(const QObject *object)
+{
+    for (const QObject *at = object; at; at = at->parent()) {
+        if (const auto *item = qobject_cast<const QQuickItem *>(at)) {
+            if (!item->window() || !item->window()->isVisible() || !item->isVisible())
+                return false;
+            for (const QQuickItem *up = item; up; up = up->parentItem()) {
+                if (up->opacity() <= 0.0)
+                    return false;
+            }
+            return true;
+        }
+        if (const auto *window = qobject_cast<const QWindow *>(at))
+            return window->isVisible();
+        // A popup without an item in a window (closed, or never opened) is not shown.
+        if (at->inherits("QQuickPopup"))
+            return at->property("visible").toBool() && Shown(qvariant_cast<QObject *>(at->property("popupItem")));
+    }
+    return true; // an object outside every item and window: nothing hides it
+}
+
 namespace {
 
-// The matches a selector segment has met since the segment before it was consumed.
-struct Count {
-    int matches = 0;
-    QSet<const QObject *> seen;
-};
-
-QObject *Step(QObject *object, const Path &path, int head, Count &count, RouteStack *route)
+// The matches of a selector segment in the subtree of object, in search order, each once.
+void Collect(QObject *object, const Segment &segment, QList<QObject *> &matches, QSet<const QObject *> &seen)
 {
-    const QString name = object->objectName();
+    if (!seen.contains(object) && Matches(segment, object)) {
+        seen.insert(object);
+        matches.append(object);
+    }
+    for (QObject *child : SearchOrder::Children(object))
+        Collect(child, segment, matches, seen);
+}
+
+QObject *FindIn(const QList<QObject *> &starts, const Path &path, int head, RouteStack *route);
+
+// A name segment: the first object in search order with that name consumes it, and the rest of
+// the path is searched below it; when it is not found there, the search goes on after it.
+QObject *FindName(QObject *object, const Path &path, int head, RouteStack *route)
+{
     RouteStackGuard guard(object, route);
+    if (object->objectName() == path.at(head).name) {
+        if (head + 1 == path.size()) {
+            if (route)
+                route->TakeSnapshot(QStringLiteral("target found"));
+            return object;
+        }
+        return FindIn(SearchOrder::Children(object), path, head + 1, route);
+    }
+    for (QObject *child : SearchOrder::Children(object)) {
+        if (QObject *found = FindName(child, path, head, route))
+            return found;
+    }
+    return nullptr;
+}
+
+QObject *FindIn(const QList<QObject *> &starts, const Path &path, int head, RouteStack *route)
+{
     const Segment &segment = path.at(head);
-    bool consumed = false;
     if (!segment.isSelector) {
-        consumed = name == segment.name;
-    } else if (!count.seen.contains(object) && Matches(segment, object)) {
-        count.seen.insert(object);
-        consumed = count.matches++ == segment.index;
-    }
-    if (consumed && head + 1 == path.size()) {
-        if (route)
-            route->TakeSnapshot(QStringLiteral("target found"));
-        return object;
-    }
-    if (consumed) {
-        Count next;
-        for (QObject *child : SearchOrder::Children(object)) {
-            if (QObject *found = Step(child, path, head + 1, next, route))
+        for (QObject *start : starts) {
+            if (QObject *found = FindName(start, path, head, route))
                 return found;
         }
         return nullptr;
     }
-    for (QObject *child : SearchOrder::Children(object)) {
-        if (QObject *found = Step(child, path, head, count, route))
-            return found;
+    QList<QObject *> matches;
+    QSet<const QObject *> seen;
+    for (QObject *start : starts)
+        Collect(start, segment, matches, seen);
+    std::stable_partition(matches.begin(), matches.end(), [](const QObject *o) { return Shown(o); });
+    if (segment.index < 0 || segment.index >= matches.size())
+        return nullptr;
+    QObject *chosen = matches.at(segment.index);
+    RouteStackGuard guard(chosen, route);
+    if (head + 1 == path.size()) {
+        if (route)
+            route->TakeSnapshot(QStringLiteral("target found"));
+        return chosen;
     }
-    return nullptr;
+    return FindIn(SearchOrder::Children(chosen), path, head + 1, route);
 }
 
 } // namespace
@@ -59,8 +106,7 @@ QObject *Find(QObject *root, const Path &path, RouteStack *route)
             route->TakeSnapshot(QStringLiteral("invalid argument"));
         return nullptr;
     }
-    Count count;
-    return Step(root, path, 0, count, route);
+    return FindIn({root}, path, 0, route);
 }
 
 } // namespace Selector

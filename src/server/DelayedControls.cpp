@@ -43,10 +43,22 @@ void UIRemoteControl::DoControl(const ParsedMessageInfo &info, QPointer<QTcpSock
     }
     if (info.delay < 1 || !m_timer) {
         QVariant value;
+        // A wait does not block here: the queue stays held (no next control is picked) until it
+        // ends or its client leaves (ReleaseClient), while the application's event loop goes on.
         const void *outer = m_engine->m_client; // a delayed control may run inside another's wait
         m_engine->m_client = socket.data();
+        m_engine->AllowWaitInBackground(true);
         const bool result = Action(info, value);
+        m_engine->AllowWaitInBackground(false);
         m_engine->m_client = outer;
+        if (m_engine->WaitPending()) {
+            m_engine->WhenWaitEnds(socket.data(), [this, socket](bool ended, const QVariant &reply) {
+                if (socket && m_clients.contains(socket.data()))
+                    ResponseToClient(socket.data(), ended, reply);
+                PickNextControl();
+            });
+            return;
+        }
         // The control may have run a nested event loop; its client may be gone by now.
         if (socket && m_clients.contains(socket.data()))
             ResponseToClient(socket.data(), result, value);

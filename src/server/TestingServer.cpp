@@ -92,6 +92,9 @@ void UIRemoteControl::ReleaseClient()
     m_access->Forget(socket);
     m_engine->ReleaseSpiesOf(socket);
     socket->deleteLater();
+    // A wait that client asked for ends with it: the queue goes on for the others.
+    if (m_engine->CancelWaitOf(socket))
+        PickNextControl();
 }
 
 void UIRemoteControl::ReadDataFromClient()

@@ -69,7 +69,7 @@ private slots:
         QTest::newRow("window not exposed") << QVariantMap{{"winobjname", "hiddenWindow"}, {"text", "x"}}
                                             << QStringLiteral("the window hiddenWindow is not exposed");
         QTest::newRow("unknown item") << QVariantMap{{"objname", "nothing"}, {"text", "x"}}
-                                      << QStringLiteral("no object matches nothing; closest: plain");
+                                      << QStringLiteral("no object matches nothing");
         QTest::newRow("item in hidden window") << QVariantMap{{"objname", "hiddenField"}, {"text", "x"}}
                                                << QStringLiteral("the window hiddenWindow is not exposed");
     }

@@ -196,7 +196,9 @@ def _commands():
          {"count": ((), dict(type=int, nargs="?", help="emissions in all (default 1)"))}),
         ("wait_property", "waitprop", "wait until a property holds a value",
          ["path", "name", "value", "timeout", "parent"], {}),
-        ("wait_idle", "waitidle", "wait until nothing moves in a window", ["window", "timeout"], {}),
+        ("wait_idle", "waitidle", "wait until nothing moves in a window", ["window", "timeout", "path", "ignore"],
+         {"path": (("--path",), dict(help="only what moves below this item counts")),
+          "ignore": (("--ignore",), dict(action="append", help="a name, id or type of what never stops (repeatable)"))}),
     ]
 
 

@@ -377,10 +377,13 @@ class Controls:
         return self._request("waitspy", {"id": int(spy_id), "count": int(count), "timeout": _ms(timeout)})
 
     @control()
-    def wait_idle(self, window=None, timeout=5.0):
+    def wait_idle(self, window=None, timeout=5.0, *, path=None, ignore=None):
         """Waits until nothing moves in a window any more (no animation, transition, flick or
-        stack-view change) and a frame has been rendered since."""
-        return self._request("waitidle", {"winobjname": window, "timeout": _ms(timeout)})
+        stack-view change) and a frame has been rendered since; with ``path``, only what moves
+        below that item counts; ``ignore`` leaves out what never stops (names, ids or types such
+        as "BusyIndicator")."""
+        return self._request("waitidle", {"winobjname": window, "objname": _path(path),
+                                          "ignore": list(ignore) if ignore else None, "timeout": _ms(timeout)})
 
     # The control words, as other names of their methods.
     dbclick = double_click

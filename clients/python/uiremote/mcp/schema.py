@@ -94,6 +94,8 @@ ARGS = {
     "duration": Arg("duration", _s("integer", "milliseconds from press to release (default 200)", minimum=0,
                                    maximum=60000)),
     "id": Arg("spy_id", _s("integer", "the spy's id (what spy returned)")),
+    "ignore": Arg("ignore", _s("array", 'what never stops and is left out: names, ids or types ("BusyIndicator")',
+                               items={"type": "string"})),
     "count": Arg("count", _s("integer", "emissions in all, those before the wait included (default 1)", minimum=1)),
 }
 

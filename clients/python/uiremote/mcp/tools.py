@@ -276,6 +276,7 @@ TOOLS = [
              lambda a, r: "%s.%s is %s." % (_where(a), a["property"], _json(a["value"]))),
          required=["objname", "property", "value"], **LOOK),
     tool("wait_idle", "Wait until idle", "Wait until nothing in a window moves and a frame has rendered since.",
-         ["winobjname", "timeout"], run("the window did not come to rest in time.", _done("The window is idle.")),
+         ["winobjname", ("objname", ARGS["objname"].but(description="only what moves below this item counts")), "ignore",
+          "timeout"], run("the window did not come to rest in time.", _done("The window is idle.")),
          required=(), **LOOK),
 ]
