@@ -113,6 +113,8 @@ private:
     bool m_shownPass = true;
 };
 
+} // namespace
+
 int EditDistance(const QString &a, const QString &b)
 {
     QVector<int> row(b.size() + 1);
@@ -129,8 +131,6 @@ int EditDistance(const QString &a, const QString &b)
     }
     return row[b.size()];
 }
-
-} // namespace
 
 QHash<QObject *, QString> All(QObject *root)
 {

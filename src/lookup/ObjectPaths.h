@@ -21,4 +21,7 @@ UIREMOTECONTROL_EXPORT QHash<QObject *, QString> All(QObject *root);
 // alphabetically first); empty without candidates.
 UIREMOTECONTROL_EXPORT QString Closest(const QStringList &candidates, const QString &path);
 
+// The edit distance of two texts (insertions, deletions and substitutions of one character).
+int EditDistance(const QString &a, const QString &b);
+
 } // namespace ObjectPaths

@@ -35,24 +35,6 @@ void NameTails(QObject *object, QStringList &names, int count, QSet<QObject *> &
         names.removeLast();
 }
 
-// The edit distance of two paths (insertions, deletions and substitutions of one character).
-int Distance(const QString &a, const QString &b)
-{
-    QVector<int> row(b.size() + 1);
-    for (int j = 0; j <= b.size(); ++j)
-        row[j] = j;
-    for (int i = 1; i <= a.size(); ++i) {
-        int diagonal = row[0];
-        row[0] = i;
-        for (int j = 1; j <= b.size(); ++j) {
-            const int above = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a.at(i - 1) == b.at(j - 1) ? 0 : 1)});
-            diagonal = above;
-        }
-    }
-    return row[b.size()];
-}
-
 } // namespace
 
 QString ControlEngine::NoMatchReason(const QString &path) const
@@ -68,7 +50,7 @@ QString ControlEngine::NoMatchReason(const QString &path) const
     NameTails(m_root, names, path.count(QLatin1Char('.')) + 1, seen, candidates);
     const QString closest = ObjectPaths::Closest(candidates, path);
     // A suggestion only for a slip: a third of the path's characters at most (two for short ones).
-    if (closest.isEmpty() || Distance(closest, path) > qMax(2, int(path.size()) / 3))
+    if (closest.isEmpty() || ObjectPaths::EditDistance(closest, path) > qMax(2, int(path.size()) / 3))
         return QStringLiteral("no object matches %1").arg(path);
     return QStringLiteral("no object matches %1; closest: %2").arg(path, closest);
 }
