@@ -12,7 +12,7 @@ if(TARGET uiremote-host)
   set(python_e2e_programs "")
   if(TARGET uiremote-launch)
     list(APPEND python_e2e_programs "UIREMOTE_LAUNCH=$<TARGET_FILE:uiremote-launch>")
-    if(TARGET example-inventory) # tests/probe.cmake builds probe-target then
+    if(TARGET probe-target) # from tests/probe.cmake, included before this file
       list(APPEND python_e2e_programs "UIREMOTE_PROBE_TARGET=$<TARGET_FILE:probe-target>")
     endif()
   endif()
