@@ -48,6 +48,7 @@ def open_page(ui, title):
     assert ui.click(entry)
     assert ui.wait_for_property("titleLabel", "text", title, timeout=TIMEOUT)
     assert ui.wait_for_property("stackView", "busy", False, timeout=TIMEOUT)
+    assert ui.wait_idle()  # the drawer has closed too
 
 
 def test_the_default_window_is_the_gallerys(uiremote_module_app):
