@@ -4,7 +4,7 @@ set -e
 PACKAGES="build-essential cmake qtbase5-dev qtdeclarative5-dev qml-module-qtquick2 \
 qml-module-qtquick-window2 qml-module-qtqml-models2 qml-module-qtquick-controls2 \
 qml-module-qttest qtquickcontrols2-5-examples qml-module-qt-labs-settings qml-module-qtquick-layouts \
-python3 python3-pytest clang libclang-rt-14-dev \
+python3 python3-pytest python3-pytest-xdist clang libclang-rt-14-dev \
 qt6-base-dev qt6-declarative-dev qml6-module-qtquick qml6-module-qtquick-window \
 qml6-module-qtqml-models qml6-module-qtquick-controls qml6-module-qtquick-templates \
 qml6-module-qtqml-workerscript qml6-module-qtquick-layouts qml6-module-qttest \

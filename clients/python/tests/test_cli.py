@@ -9,7 +9,7 @@ import pytest
 
 from uiremote.app import free_port
 
-from conftest import CLIENT_DIR
+from conftest import CLIENT_DIR, QML_DIR
 
 SCRIPT = CLIENT_DIR / "bin" / "uiremote"
 
@@ -164,6 +164,26 @@ def test_shell_reads_json_and_command_lines(scene, client_env):
         {"result": False, "error": "no object matches main.nothing"},
     ]
     assert "required" in done.stderr
+
+
+def test_shell_takes_selectors_in_braces_unquoted(uiremote_app, client_env):
+    app = uiremote_app(QML_DIR / "buttons.qml")
+    script = "\n".join([
+        'click {Button text="First"} --window buttonsWindow',
+        'getpro buttonsWindow last',
+        'click row.{Button text="Second"} --window buttonsWindow',
+        'getpro buttonsWindow last',
+        'getpro {Button text="Third"} text',
+    ]) + "\n"
+    done = run(client_env, app.port, "shell", stdin=script)
+    assert done.returncode == 0, done.stderr
+    assert [json.loads(line) for line in done.stdout.splitlines() if line.startswith("{")] == [
+        {"result": True},
+        {"result": True, "value": "First"},
+        {"result": True},
+        {"result": True, "value": "Second"},
+        {"result": False, "error": 'no object matches {Button text="Third"}'},
+    ]
 
 
 def test_shell_exits_2_when_the_application_goes_away(scene, client_env):

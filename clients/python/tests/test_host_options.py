@@ -18,13 +18,14 @@ def tree(output):
 
 def test_without_names_paths_do_not_resolve(uiremote_app):
     client = uiremote_app(UNNAMED).client
-    assert client.exists("box.button") is False
+    missing = client.exists("box.button")
+    assert not missing and missing.error.startswith("no object matches box.button")
     assert client.click("box.button", window="win").result is False
 
 
 def test_name_from_ids_makes_ids_usable_as_names(uiremote_app):
     client = uiremote_app(UNNAMED, "--name-from-ids").client
-    assert client.exists("box.button") is True
+    assert client.exists("box.button").result is True
     assert client.get_window_name("box.button").value == "win"
     assert client.click("box.button", window="win").result is True
     assert client.get_property("button", "clicks").value == 1
@@ -74,4 +75,4 @@ def test_host_listens_on_loopback_only_by_default(uiremote_app):
 def test_listen_option_opens_the_given_address(uiremote_app):
     app = uiremote_app(UNNAMED, "--listen", "0.0.0.0")
     assert listening_addresses(app.port) == {"00000000"}
-    assert app.client.exists("box") is False
+    assert app.client.exists("box").result is False

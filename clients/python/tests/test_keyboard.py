@@ -67,10 +67,10 @@ def test_type_text_types_any_text_exactly(ui):
 
 
 def test_type_keys_holds_shift_for_capitals_and_shifted_symbols(ui):
-    assert ui.type_keys(WINDOW, "?") is True
+    assert ui.type_keys(WINDOW, "?").result is True
     assert prop(ui, "text") == "?"
     assert prop(ui, "lastModifiers") == Modifier.SHIFT
-    assert ui.type_keys(WINDOW, "Q") is True
+    assert ui.type_keys(WINDOW, "Q").result is True
     assert prop(ui, "lastKey") == Key.Q
     assert prop(ui, "lastModifiers") == Modifier.SHIFT
     assert prop(ui, "keys") == [Key.SHIFT, Key.QUESTION, Key.SHIFT, Key.Q]

@@ -120,10 +120,12 @@ def test_drag_from_centre_to_point(ui):
 
 
 def test_drag_and_drop_helper_moves_the_box(ui):
-    assert ui.drag_and_drop("main.dragArea", (20, 20), (60, 100)) is True
+    assert ui.drag_and_drop("main.dragArea", (20, 20), (60, 100)).result is True
     assert (value(ui, "main.dragBox", "x"), value(ui, "main.dragBox", "y")) == (50, 90)
     assert value(ui, "main.dragArea", "dragging") is False
-    assert ui.drag_and_drop("main.missing", (1, 1), (2, 2)) is False
+    missing = ui.drag_and_drop("main.missing", (1, 1), (2, 2))
+    assert not missing and missing.result is False
+    assert missing.error == "no object matches main.missing"
 
 
 def test_pointer_failures(ui):

@@ -93,14 +93,14 @@ def test_invoke_ret(ui):
 
 
 def test_exists(ui):
-    assert ui.exists("main.button") is True
-    assert ui.exists("okButton", parent="panelA") is True
-    assert ui.exists("main.nothing") is False
+    assert ui.exists("main.button").result is True
+    assert ui.exists("okButton", parent="panelA").result is True
+    assert ui.exists("main.nothing").result is False
 
 
 def test_wait_for_property(ui):
-    assert ui.wait_for_property("main.props", "label", "initial", timeout=2.0) is True
+    assert ui.wait_for_property("main.props", "label", "initial", timeout=2.0).result is True
     assert ui.invoke("main.signals", "start", 100)
-    assert ui.wait_for_property("main.signals", "fires", 1, timeout=5.0) is True
-    assert ui.wait_for_property("main.signals", "fires", lambda value: value >= 1, timeout=1.0) is True
-    assert ui.wait_for_property("main.props", "label", "never", timeout=0.3) is False
+    assert ui.wait_for_property("main.signals", "fires", 1, timeout=5.0).result is True
+    assert ui.wait_for_property("main.signals", "fires", lambda value: value >= 1, timeout=1.0).result is True
+    assert ui.wait_for_property("main.props", "label", "never", timeout=0.3).result is False

@@ -44,10 +44,11 @@ def test_module_app_is_shared_and_failures_leave_artifacts(pytester, run_inner, 
     result.assert_outcomes(passed=1, failed=1)
     stem = "test_inner.py_test_second_fails"
     names = sorted(path.name for path in artifacts.iterdir())
-    assert names == [stem + "-screenshot.png", stem + "-trace.log", stem + "-tree.json"]
+    assert names == [stem + "-output.log", stem + "-screenshot.png", stem + "-trace.log", stem + "-tree.json"]
     assert (artifacts / (stem + "-screenshot.png")).read_bytes()[1:4] == b"PNG"
     assert json.loads((artifacts / (stem + "-tree.json")).read_text())["label"] == "mainWindow"
-    assert "listening on" in (artifacts / (stem + "-trace.log")).read_text()
+    assert "listening on" in (artifacts / (stem + "-output.log")).read_text()
+    assert "RouteStack::DumpSnapshots, target found: [mainWindow]" in (artifacts / (stem + "-trace.log")).read_text()
 
 
 def test_session_app_from_option(pytester, run_inner):

@@ -22,11 +22,17 @@ import time
 
 from .client import Client
 from .errors import UIRemoteAppError, UIRemoteConnectionError
+from .launch import trace_environment
 
-__all__ = ["Application", "free_port", "find_host", "host_command", "listening_addresses", "HOST_BANNER"]
+__all__ = ["Application", "free_port", "find_host", "host_command", "listening_addresses", "READY_LINE",
+           "HOST_BANNER"]
 
-#: The line uiremote-host prints once clients can connect; group 1 is the port.
-HOST_BANNER = r"uiremote-host: listening on (\d+)"
+#: The line an application prints once clients can connect; group 1 is the port.  uiremote-host
+#: prints "uiremote-host: listening on 34541", the probe (under the launcher) "uiremote: listening
+#: on 127.0.0.1:34541".
+READY_LINE = r"uiremote(?:-host)?: listening on (?:[0-9a-fA-F.:]*[.:])?(\d+)(?![\d.:])"
+#: The former name of :data:`READY_LINE`.
+HOST_BANNER = READY_LINE
 
 _POLL_INTERVAL = 0.05
 
@@ -79,21 +85,25 @@ def host_command(host, qml, args=()):
     return [str(host), str(qml), *[str(arg) for arg in args], "--port", "{port}"]
 
 
-def _headless_environment(env):
+def _headless_environment(env, headless=True):
+    """This process's environment with ``env`` on top; headless (offscreen platform, software
+    scene graph) unless the environment or ``env`` chooses a platform, or ``headless`` is false."""
     merged = dict(os.environ)
-    merged.setdefault("QT_QPA_PLATFORM", "offscreen")
-    if merged.get("QT_QPA_PLATFORM") == "offscreen":
-        merged.setdefault("QT_QUICK_BACKEND", "software")
-    if env:
-        merged.update({key: str(value) for key, value in env.items()})
+    env = {key: str(value) for key, value in (env or {}).items()}
+    if headless:
+        merged.setdefault("QT_QPA_PLATFORM", env.get("QT_QPA_PLATFORM", "offscreen"))
+        if env.get("QT_QPA_PLATFORM", merged["QT_QPA_PLATFORM"]) == "offscreen":
+            merged.setdefault("QT_QUICK_BACKEND", "software")
+    merged.update(env)
     return merged
 
 
 class Application:
     """One running application under test and a client connected to it."""
 
-    def __init__(self, command, port, process, log_path, host="127.0.0.1", token=None):
+    def __init__(self, command, port, process, log_path, host="127.0.0.1", token=None, trace_path=None):
         self.command = command
+        self.trace_path = trace_path
         self.token = token
         self.port = port
         self.host = host
@@ -109,7 +119,7 @@ class Application:
     @classmethod
     def start(cls, command, *, port=None, env=None, cwd=None, log_dir=None, banner=None,
               ready_timeout=30.0, client_timeout=10.0, connect=True, host="127.0.0.1", attempts=3,
-              token=None):
+              token=None, headless=True, trace=False, log_library=None):
         """Starts ``command`` and waits until it accepts connections.
 
         ``banner`` is a regular expression that the output must show before the application
@@ -118,10 +128,16 @@ class Application:
         clients present first, for an application started with UIREMOTE_TOKEN.  When the port was
         picked here and the application ends before it is ready, it is tried again on another
         port (``attempts`` times in all), in case another process took the port meanwhile.
+
+        The application runs headless (offscreen, software scene graph) unless ``headless`` is
+        false or the environment names a platform.  With ``trace`` the remote control's trace goes
+        to a file of its own (:attr:`trace`), through ``log_library`` (see
+        :func:`uiremote.launch.find_log_library`) or one the loader finds.
         """
         picked = port is None
         for attempt in range(max(1, attempts) if picked else 1):
-            app = cls._launch(command, free_port(host) if picked else int(port), env, cwd, log_dir, host)
+            app = cls._launch(command, free_port(host) if picked else int(port), env, cwd, log_dir, host,
+                              headless=headless, trace=trace, log_library=log_library)
             app.token = token
             try:
                 app._wait_ready(banner, ready_timeout, client_timeout, connect)
@@ -134,10 +150,16 @@ class Application:
         raise AssertionError("unreachable")
 
     @classmethod
-    def _launch(cls, command, port, env, cwd, log_dir, host):
+    def _launch(cls, command, port, env, cwd, log_dir, host, headless=True, trace=False, log_library=None):
         argv = [str(part).replace("{port}", str(port)) for part in command]
         log_dir = log_dir or tempfile.mkdtemp(prefix="uiremote-")
         fd, log_path = tempfile.mkstemp(prefix="app-%d-" % port, suffix=".log", dir=str(log_dir))
+        environment = _headless_environment(env, headless)
+        trace_path = None
+        if trace:
+            trace_fd, trace_path = tempfile.mkstemp(prefix="trace-%d-" % port, suffix=".log", dir=str(log_dir))
+            os.close(trace_fd)
+            trace_path = trace_environment(environment, trace_path, log_library)["UIREMOTE_LOG_FILE"]
         with os.fdopen(fd, "wb") as log:
             try:
                 process = subprocess.Popen(
@@ -146,12 +168,12 @@ class Application:
                     stdout=log,
                     stderr=subprocess.STDOUT,
                     cwd=None if cwd is None else str(cwd),
-                    env=_headless_environment(env),
+                    env=environment,
                     start_new_session=True,
                 )
             except OSError as error:
                 raise UIRemoteAppError("cannot start %s: %s" % (argv[0], error)) from None
-        return cls(argv, port, process, log_path, host)
+        return cls(argv, port, process, log_path, host, trace_path=trace_path)
 
     def _wait_ready(self, banner, ready_timeout, client_timeout, connect):
         deadline = time.monotonic() + ready_timeout
@@ -204,6 +226,17 @@ class Application:
         """Everything the application wrote to its standard output and error so far."""
         try:
             with open(self.log_path, "rb") as log:
+                return log.read().decode("utf-8", errors="replace")
+        except OSError:
+            return ""
+
+    @property
+    def trace(self):
+        """What the remote control traced so far (started with ``trace``), else ""."""
+        if not self.trace_path:
+            return ""
+        try:
+            with open(self.trace_path, "rb") as log:
                 return log.read().decode("utf-8", errors="replace")
         except OSError:
             return ""

@@ -4,6 +4,7 @@ The wire format (words, replies, framing) is in :mod:`uiremote.protocol`; the co
 one per control the application describes, in :mod:`uiremote.controls`.
 """
 
+import json
 import socket
 import threading
 import time
@@ -218,12 +219,14 @@ class Client(Controls, SceneMixin):
     # -- helpers ----------------------------------------------------------------------------
 
     def exists(self, path, parent=None):
-        """True when ``path`` names an object (reads its "objectName")."""
-        return bool(self.get_property(path, "objectName", parent=parent))
+        """Whether ``path`` names an object (reads its "objectName"): the reply, truthy when it
+        does; when it does not, its ``error`` says why (extension mode)."""
+        return self.get_property(path, "objectName", parent=parent)
 
     def wait_for_property(self, path, name, expected, timeout=5.0, interval=0.05, parent=None):
-        """Waits until a property equals ``expected``.  Returns True on success, False when
-        ``timeout`` seconds have passed.
+        """Waits until a property equals ``expected``.  Returns a :class:`Reply`, truthy on
+        success; after ``timeout`` seconds it is falsy, and its ``error`` gives the reason (the
+        application's, or the value last read) and its ``value`` the value last read.
 
         The application waits itself ("waitprop", woken by the property's change signal), so no
         change is missed.  When ``expected`` is callable (``expected(value)`` must become true),
@@ -232,30 +235,39 @@ class Client(Controls, SceneMixin):
         if not callable(expected):
             reply = self.wait_property(path, name, expected, timeout, parent=parent)
             if reply.result or "error" in reply.raw:
-                return bool(reply.result)
+                return reply
         deadline = time.monotonic() + timeout
         while True:
             reply = self.get_property(path, name, parent=parent)
             if reply.result:
                 matched = expected(reply.value) if callable(expected) else reply.value == expected
                 if matched:
-                    return True
+                    return reply
             remaining = deadline - time.monotonic()
             if remaining <= 0:
-                return False
+                if reply.result:
+                    wanted = "a value that %s accepts" % getattr(expected, "__name__", "the test") \
+                        if callable(expected) else json.dumps(expected)
+                    reason = "the property %s of %s is %s, not %s, after %g s" % (
+                        name, path, json.dumps(reply.value), wanted, timeout)
+                else:
+                    reason = reply.error or "the property %s of %s cannot be read" % (name, path)
+                return Reply(False, reply.value, {"result": False, "error": reason})
             time.sleep(min(interval, remaining))
 
     def type_keys(self, window=None, text=""):
         """Types ``text`` with "keyclick", key by key: letters, digits, ASCII punctuation, space,
         newline (Return) and tab.  Upper-case letters and shifted punctuation hold Shift; the
         event text comes from the key code, so a letter typed with Shift still carries its
-        lower-case text.  Works without extension mode.  Returns True when every key click
-        succeeded (stops at the first failure)."""
+        lower-case text.  Works without extension mode.  Stops at the first key click that
+        fails and returns its reply; else the last one's (truthy; ``Reply(True)`` for no text)."""
         keys = [qt.key_for_char(char) for char in text]  # reject untypable text before typing
+        reply = Reply(True, None, {"result": True})
         for code, mods in keys:
-            if not self.key_click(window, code, mods or None):
-                return False
-        return True
+            reply = self.key_click(window, code, mods or None)
+            if not reply:
+                return reply
+        return reply
 
     def expect_signal(self, path, signal, count=1, timeout=5.0, parent=None):
         """A ``with`` block that must make ``path`` emit ``signal`` (``count`` times)::
@@ -268,11 +280,13 @@ class Client(Controls, SceneMixin):
         return _ExpectSignal(self, path, signal, count, timeout, parent)
 
     def drag_and_drop(self, path, from_xy, to_xy, window=None, parent=None):
-        """Drags from ``from_xy`` to ``to_xy`` (item-local) and drops there.  True on success."""
+        """Drags from ``from_xy`` to ``to_xy`` (item-local) and drops there.  Returns the drop's
+        reply, or the drag's when the drag failed (truthy on success, else with the reason)."""
         end = point(to_xy, "to_xy")
-        if not self.drag(path, window, from_xy=from_xy, to_xy=end, parent=parent):
-            return False
-        return bool(self.drop(path, window, x=end[0], y=end[1], parent=parent))
+        dragged = self.drag(path, window, from_xy=from_xy, to_xy=end, parent=parent)
+        if not dragged:
+            return dragged
+        return self.drop(path, window, x=end[0], y=end[1], parent=parent)
 
 
 class _ExpectSignal:

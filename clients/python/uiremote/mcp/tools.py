@@ -214,11 +214,13 @@ TOOLS = [
          "Call a method (QML function) of an object and return its result as JSON.", CALL, run(_call_hint),
          required=["objname", "method"]),
     tool("wait_signal", "Wait for signal", "Wait until an object emits a signal (counts emissions after the call "
-         "starts).", ["objname", "parobjname", "signal", ("timeout", Arg("timeout_ms", ARGS["timeout"].schema))],
+         "starts).", ["objname", "parobjname", "signal", ("timeout", Arg("timeout_ms", dict(
+             ARGS["timeout"].schema, description="longest wait in milliseconds (left out: the signal must "
+                                                 "come at once; give one, such as 5000, to wait)")))],
          run(lambda a: "'%s' did not emit %s within %d ms (give the full signature, e.g. clicked() or "
-             "valueChanged(int))." % (_where(a), a["signal"], a.get("timeout", 5000)),
+             "valueChanged(int), and a timeout to wait)." % (_where(a), a["signal"], a.get("timeout", 0)),
              lambda a, r: "%s emitted %s." % (_where(a), a["signal"])),
-         required=["objname", "signal"], read_only=True, defaults={"timeout": 5000}),
+         required=["objname", "signal"], read_only=True),
     tool("get_window_name", "Window of an item", "Return the objectName of the window that shows an item.", TARGET,
          run(lambda a: "'%s' is not shown in any window." % _where(a)), read_only=True),
     tool("get_model_value", "Read host model value", "Read one value of a tree model published by a host plugin.",

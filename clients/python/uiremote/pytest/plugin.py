@@ -12,7 +12,9 @@ Fixtures:
 ``uiremote_app``
     A factory: ``uiremote_app(qml, *args, command=None, port=None, env=None, ...)`` starts
     ``uiremote-host <qml> <args> --port <free port>`` (or ``command``, a list in which "{port}" is
-    replaced) headless, waits until it listens, and returns an :class:`uiremote.app.Application`
+    replaced) headless, waits until it prints its ready line (``banner``, a regular expression;
+    default :data:`uiremote.app.READY_LINE`, "" to wait for a connection alone) and can be
+    connected to, and returns an :class:`uiremote.app.Application`
     whose ``client`` is connected.  Every application started is stopped after the test
     (terminated, then killed after a grace period).  If a test fails, each application's output
     is attached to its report; an application that ended by itself with a failure status fails
@@ -23,7 +25,12 @@ Fixtures:
     paths are taken from the test file's directory); override the fixture to choose otherwise.
 
 ``uiremote_client``
-    A connected :class:`uiremote.Client` of ``uiremote_app(uiremote_qml)``.
+    A connected :class:`uiremote.Client` of the test's ``uiremote_program`` marker (a compiled
+    program, see :mod:`uiremote.pytest.programs`), else of ``uiremote_app(uiremote_qml)``.
+
+Every application started here records the remote control's trace in a file of its own, through
+the log library (``--uiremote-log-library``, $UIREMOTE_LOG_LIBRARY, else ../lib beside the host
+or launcher) at UIREMOTE_LOG_SEVERITY 3 unless the environment sets it.
 """
 
 import os
@@ -31,18 +38,20 @@ from pathlib import Path
 
 import pytest
 
-from ..app import HOST_BANNER, Application, find_host, host_command
+from ..app import READY_LINE, Application, find_host, host_command
 from ..errors import UIRemoteAppError
+from ..launch import find_log_library
+from . import programs
+from .programs import uiremote_launch, uiremote_program_app  # noqa: F401  (fixtures of this plugin)
 from .scoped import (  # noqa: F401  (fixtures of this plugin)
     APPS_USED,
     _uiremote_scoped_apps,
     default_window,
+    function_apps,
     save_artifacts,
     uiremote_module_app,
     uiremote_session_app,
 )
-
-_APPS_KEY = pytest.StashKey()
 
 
 def pytest_addoption(parser):
@@ -66,6 +75,7 @@ def pytest_addoption(parser):
         metavar="SECONDS",
         help="How long an application under test may take to start listening (default 30).",
     )
+    programs.add_options(group)
 
 
 def pytest_configure(config):
@@ -73,6 +83,7 @@ def pytest_configure(config):
         "markers",
         "uiremote_qml(path, *args): scene (and extra uiremote-host arguments) for uiremote_client.",
     )
+    programs.configure(config)
 
 
 @pytest.hookimpl(hookwrapper=True)
@@ -81,7 +92,7 @@ def pytest_runtest_makereport(item, call):
     report = outcome.get_result()
     if not report.failed:
         return
-    apps = list(item.stash.get(_APPS_KEY, [])) + list(item.stash.get(APPS_USED, []))
+    apps = list(function_apps(item)) + list(item.stash.get(APPS_USED, []))
     for app in apps:
         output = app.output
         title = "uiremote application output: %s" % app.describe()
@@ -104,7 +115,6 @@ def uiremote_host(pytestconfig):
 @pytest.fixture
 def uiremote_app(request, tmp_path_factory):
     apps = []
-    request.node.stash[_APPS_KEY] = apps
     log_dir = tmp_path_factory.mktemp("uiremote-logs")
     ready_timeout = request.config.getoption("--uiremote-ready-timeout")
 
@@ -115,18 +125,21 @@ def uiremote_app(request, tmp_path_factory):
                 raise TypeError("uiremote_app() needs a QML file or a command")
             host = request.getfixturevalue("uiremote_host")
             command = host_command(host, _resolve(request, qml), args)
-            if banner is None:
-                banner = HOST_BANNER
         else:
             command = [str(part) for part in command]
+        if banner is None:
+            banner = READY_LINE
+        log_library = find_log_library(request.config.getoption("--uiremote-log-library"), near=[command[0]])
         try:
             app = Application.start(
                 command, port=port, env=env, cwd=cwd, log_dir=log_dir, banner=banner,
                 ready_timeout=ready_timeout, client_timeout=client_timeout, connect=connect,
+                trace=True, log_library=log_library,
             )
         except UIRemoteAppError as error:
             pytest.fail("%s\n--- application output ---\n%s" % (error, error.output), pytrace=False)
         apps.append(app)
+        function_apps(request.node).append(app)
         return app
 
     yield start
@@ -163,7 +176,12 @@ def uiremote_qml(request):
 
 
 @pytest.fixture
-def uiremote_client(uiremote_app, uiremote_qml):
+def uiremote_client(request, uiremote_app):
+    call = programs.marker_call(request.node)
+    if call is not None:
+        program, args, keywords = call
+        return request.getfixturevalue("uiremote_launch")(program, *args, **keywords).client
+    uiremote_qml = request.getfixturevalue("uiremote_qml")
     if isinstance(uiremote_qml, (str, os.PathLike)):
         uiremote_qml = (uiremote_qml,)
     app = uiremote_app(*uiremote_qml)

@@ -2,13 +2,16 @@
 taken from the application, and what a failing test leaves behind (screenshot, tree, trace).
 
 ``uiremote_module_app`` / ``uiremote_session_app``
-    One application for all tests of a module (of the session): the scene comes from the
-    module's ``pytestmark = pytest.mark.uiremote_qml("Main.qml")`` (session: the
-    ``--uiremote-qml`` option).  Its client's default window is the root window's name.
+    One application for all tests of a module (of the session): a compiled program from the
+    module's ``pytestmark = pytest.mark.uiremote_program("build/bin/app", ...)`` (session: the
+    ``--uiremote-program`` option), else the scene of ``pytest.mark.uiremote_qml("Main.qml")``
+    (session: ``--uiremote-qml``).  Its client's default window is the one the application shows.
 
-On a failing test that used an application, ``<test>-screenshot.png``, ``<test>-tree.json`` and
-``<test>-trace.log`` are written to ``--uiremote-artifacts`` (default: ``uiremote-artifacts``
-beside the JUnit report when there is one, else in the current directory).
+On a failing test that used an application, ``<test>-screenshot.png``, ``<test>-tree.json``,
+``<test>-trace.log`` (the remote control's trace) and ``<test>-output.log`` (the application's
+own output) are written to ``--uiremote-artifacts`` (default: ``uiremote-artifacts`` beside the
+JUnit report when there is one, else in the current directory).  Under pytest-xdist every worker
+writes there, each file named after its test.
 """
 
 import json
@@ -18,20 +21,49 @@ from pathlib import Path
 
 import pytest
 
-from ..app import HOST_BANNER, Application, host_command
+from ..app import READY_LINE, Application, host_command
 from ..errors import UIRemoteAppError, UIRemoteError
+from ..launch import find_log_library
 
 APPS_USED = pytest.StashKey()
+_FUNCTION_APPS = pytest.StashKey()
+
+
+def function_apps(item):
+    """The applications a test started itself (uiremote_app, uiremote_launch)."""
+    return item.stash.setdefault(_FUNCTION_APPS, [])
+
+
+def window_name(client):
+    """The name that finds the window the application shows (None when it shows none).
+
+    A window with an object name is found by it; for any other window (a QQuickView's, an
+    ApplicationWindow without a name) the application answers a name that finds it."""
+    try:
+        root = client.tree(depth=1)
+    except UIRemoteError:
+        return None
+    window = root.get("type", "").endswith("Window")
+    if window and root.get("label") and root.get("path") == root.get("label"):
+        return root["label"]
+    targets = [child.get("path") for child in root.get("children", [])] if window else [""]
+    for target in targets:
+        if target is None:
+            continue
+        try:
+            reply = client.get_window_name(target)
+        except UIRemoteError:
+            continue
+        if reply.result and reply.value:
+            return reply.value
+    return None
 
 
 def default_window(app):
-    """Sets the client's default window to the root window's object name, when it has one."""
-    try:
-        root = app.client.tree(depth=0)
-    except UIRemoteError:
-        return app
-    if root.get("type", "").endswith("Window") and root.get("path"):
-        app.client.window = root["label"]
+    """Sets the client's default window to the window the application shows, when it shows one."""
+    name = window_name(app.client)
+    if name:
+        app.client.window = name
     return app
 
 
@@ -39,11 +71,20 @@ def _start(request, factory, qml, args):
     host = request.getfixturevalue("uiremote_host")
     try:
         app = Application.start(host_command(host, str(qml), args), log_dir=factory.mktemp("uiremote-logs"),
-                                banner=HOST_BANNER,
+                                banner=READY_LINE, trace=True,
+                                log_library=find_log_library(request.config.getoption("--uiremote-log-library"),
+                                                             near=[host]),
                                 ready_timeout=request.config.getoption("--uiremote-ready-timeout"))
     except UIRemoteAppError as error:
         pytest.fail("%s\n--- application output ---\n%s" % (error, error.output), pytrace=False)
     return default_window(app)
+
+
+def _start_program(factory, config, call):
+    from .programs import start_program
+
+    program, args, keywords = call
+    return start_program(config, factory.mktemp("uiremote-logs"), program, *args, **keywords)
 
 
 def _scene_of(node):
@@ -59,18 +100,30 @@ def _scene_of(node):
 
 @pytest.fixture(scope="module")
 def uiremote_module_app(request, tmp_path_factory):
-    qml, args = _scene_of(request.node)
-    app = _start(request, tmp_path_factory, qml, args)
+    from .programs import marker_call
+
+    call = marker_call(request.node)
+    if call is not None:
+        app = _start_program(tmp_path_factory, request.config, call)
+    else:
+        qml, args = _scene_of(request.node)
+        app = _start(request, tmp_path_factory, qml, args)
     yield app
     app.stop()
 
 
 @pytest.fixture(scope="session")
 def uiremote_session_app(request, tmp_path_factory):
+    from .programs import session_call
+
+    call = session_call(request.config)
     qml = request.config.getoption("--uiremote-qml")
-    if not qml:
-        pytest.fail("uiremote_session_app needs --uiremote-qml", pytrace=False)
-    app = _start(request, tmp_path_factory, qml, ())
+    if call is not None:
+        app = _start_program(tmp_path_factory, request.config, call)
+    elif qml:
+        app = _start(request, tmp_path_factory, qml, ())
+    else:
+        pytest.fail("uiremote_session_app needs --uiremote-program or --uiremote-qml", pytrace=False)
     yield app
     app.stop()
 
@@ -93,15 +146,16 @@ def artifacts_dir(config):
 
 
 def save_artifacts(item, apps):
-    """Screenshot, tree and trace log of each running application, named after the test."""
+    """Screenshot, tree, trace and output of each application, named after the test."""
     target = artifacts_dir(item.config)
     target.mkdir(parents=True, exist_ok=True)
     stem = re.sub(r"[^A-Za-z0-9_.-]+", "_", item.nodeid)
     saved = []
     for number, app in enumerate(apps):
         base = target / ("%s%s" % (stem, "-%d" % number if number else ""))
-        (base.parent / (base.name + "-trace.log")).write_text(app.output or "")
-        saved.append(str(base) + "-trace.log")
+        for suffix, text in (("-trace.log", app.trace), ("-output.log", app.output)):
+            (base.parent / (base.name + suffix)).write_text(text or "")
+            saved.append(str(base) + suffix)
         if not app.running or app.client is None:
             continue
         try:
