@@ -271,7 +271,6 @@ class McpHttpServer(ThreadingHTTPServer):
 
     def __init__(self, address, make_server, token=None, log=None, verbose=False):
         self.address_family = _family(address[0])
-        super().__init__(address, _Handler)
         self.make_server = make_server
         self.token = token or None
         self.log = log or sys.stderr
@@ -279,6 +278,7 @@ class McpHttpServer(ThreadingHTTPServer):
         self.loopback = is_local(address[0])
         self._sessions = {}
         self._lock = threading.Lock()
+        super().__init__(address, _Handler)  # closes itself (server_close) when it cannot listen
 
     @property
     def url(self):
