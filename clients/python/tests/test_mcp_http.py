@@ -179,7 +179,8 @@ def test_a_bearer_token_guards_every_request():
 def test_foreign_origins_and_hosts_are_refused_on_loopback(offline):
     port = offline.port
     for headers in ({"Origin": "http://evil.example.com"}, {"Host": "evil.example.com:%d" % port},
-                    {"Origin": "null"}, {"Host": "attacker.test", "Origin": "http://attacker.test"}):
+                    {"Origin": "null"}, {"Origin": "http://[bad"},
+                    {"Host": "attacker.test", "Origin": "http://attacker.test"}):
         status, _, text = offline.rpc("initialize", {"protocolVersion": "2025-11-25"}, headers=headers)
         assert status == 403, (headers, text)
     assert offline.server.sessions() == []
@@ -261,3 +262,27 @@ def test_a_busy_port_is_told(client_env):
         done = subprocess.run([sys.executable, "-m", "uiremote", "mcp", "--http", str(port)], env=client_env,
                               stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=WAIT)
     assert done.returncode == 2 and "cannot listen on 127.0.0.1:%d" % port in done.stderr
+
+
+def test_a_changed_tool_list_is_told_in_an_event_stream_with_the_answer():
+    from test_mcp_extensions import StandIn  # an application that can turn extension mode on
+
+    standin = StandIn()
+    endpoint = Endpoint(standin.port)
+    try:
+        session = endpoint.open_session()
+        status, heads, text = endpoint.rpc("tools/list", session=session)
+        assert status == 200 and '"name":"tree"' not in text
+        standin.extensions = True
+        standin.drop_connections()  # as if the application had been restarted in extension mode
+        status, heads, text = endpoint.rpc("tools/call", {"name": "get_window_name", "arguments": {"objname": "main"}},
+                                           ident=3, session=session)
+        assert status == 200 and heads["Content-Type"] == "text/event-stream"
+        events = [json.loads(block.split("data: ", 1)[1]) for block in text.split("\n\n") if block]
+        assert [event.get("id") for event in events] == [3, None]
+        assert events[1] == {"jsonrpc": "2.0", "method": "notifications/tools/list_changed"}
+        status, heads, text = endpoint.rpc("tools/list", ident=4, session=session)
+        assert heads["Content-Type"] == "application/json" and '"name":"tree"' in text
+    finally:
+        endpoint.close()
+        standin.close()

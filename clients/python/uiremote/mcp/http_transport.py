@@ -75,6 +75,13 @@ def _hostname(netloc):
         return None
 
 
+def _netloc(url):
+    try:
+        return urlsplit(url).netloc
+    except ValueError:
+        return ""
+
+
 class _Session:
     def __init__(self, ident, server):
         self.ident = ident
@@ -134,7 +141,7 @@ class _Handler(BaseHTTPRequestHandler):
         server = self.server
         host = _hostname(self.headers.get("Host", ""))
         origin = self.headers.get("Origin")
-        origin_host = _hostname(urlsplit(origin).netloc) if origin and origin != "null" else None
+        origin_host = _hostname(_netloc(origin)) if origin and origin != "null" else None
         if server.loopback:
             if host is not None and not is_local(host):
                 raise _Refused(403, "Forbidden: Host %s is not this machine" % self.headers.get("Host"))
@@ -177,6 +184,9 @@ class _Handler(BaseHTTPRequestHandler):
             self._post()
         except _Refused as refusal:
             self._refuse(refusal)
+        except Exception as error:  # a bug here must not leave the agent without an answer
+            self.server.log.write("uiremote mcp: %s: %s\n" % (type(error).__name__, error))
+            self._refuse(_Refused(500, "Internal error: %s" % error, rpc=True))
 
     def do_GET(self):
         self._not_offered()
