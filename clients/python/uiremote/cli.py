@@ -149,9 +149,10 @@ def build_parser(prog="uiremote", with_globals=True):
                         "(without the global options). 'help' lists commands, 'quit' or end of input ends.")
         shell.set_defaults(run=None)
         mcp = subparsers.add_parser(
-            "mcp", help="serve the controls to AI agents as Model Context Protocol tools (stdio)",
-            description="Model Context Protocol server on standard input/output: one tool per control. "
-                        "It connects to the application at the first call and again after it restarts.")
+            "mcp", help="serve the controls to AI agents as Model Context Protocol tools (stdio or HTTP)",
+            description="Model Context Protocol server on standard input/output, or over Streamable HTTP "
+                        "with --http: one tool per control. It connects to the application at the first "
+                        "call and again after it restarts.")
         mcp.add_argument("--host", dest="mcp_host", metavar="H", help="application host (default 127.0.0.1)")
         mcp.add_argument("--port", dest="mcp_port", type=int, metavar="N",
                          help="application port (default $UIREMOTE_PORT or %d)" % DEFAULT_PORT)
@@ -160,6 +161,13 @@ def build_parser(prog="uiremote", with_globals=True):
         mcp.add_argument("--window", dest="mcp_window", metavar="NAME",
                          help="window for pointer and key tools that name none")
         mcp.add_argument("--page-size", type=int, default=50, metavar="N", help="tools per tools/list page")
+        mcp.add_argument("--http", metavar="[HOST:]PORT",
+                         help="serve Streamable HTTP at http://HOST:PORT/mcp instead of stdio (HOST defaults "
+                              "to 127.0.0.1; PORT 0 picks one, told on standard error); one application "
+                              "connection per agent session")
+        mcp.add_argument("--http-token", default=os.environ.get("UIREMOTE_MCP_TOKEN"), metavar="T",
+                         help="with --http: requests must carry 'Authorization: Bearer T' "
+                              "(default $UIREMOTE_MCP_TOKEN)")
         mcp.set_defaults(run=None)
     return parser
 
@@ -167,6 +175,12 @@ def build_parser(prog="uiremote", with_globals=True):
 def _run_mcp(args, stdin, stdout, stderr):
     from .mcp.server import serve
 
+    if args.http is not None:
+        from .mcp.http_transport import serve_http
+
+        return serve_http(args.http, args.mcp_host or args.host, args.mcp_port or args.port, token=args.token,
+                          window=args.mcp_window or args.default_window, timeout=args.reply_timeout,
+                          page_size=args.page_size, http_token=args.http_token, stderr=stderr)
     if stdin is sys.stdin:  # the protocol is UTF-8 whatever the locale says
         stdin = io.TextIOWrapper(sys.stdin.buffer, encoding="utf-8", errors="replace")
         stdout = io.TextIOWrapper(sys.stdout.buffer, encoding="utf-8", newline="\n")

@@ -3,7 +3,9 @@
 ``uiremote mcp [--host H] [--port N] [--token T] [--window NAME]`` reads JSON-RPC 2.0 messages,
 one per line, on standard input and writes its answers, one per line, on standard output
 (the protocol's stdio transport); diagnostics go to standard error.  Requests are answered one
-at a time, in order.
+at a time, in order.  ``uiremote mcp --http [HOST:]PORT`` serves the same tools over Streamable
+HTTP instead (http_transport.py), one McpServer per agent session; both transports hand each
+received message to :meth:`McpServer.answer`.
 
 The tool list depends on the application: the extension tools (tree, find, screenshot, ...)
 are listed only while the connected application answers extension words.  When a new
@@ -54,9 +56,10 @@ class McpServer:
         self.initialized = False
         self._listed_extensions = None  # what the client was last shown
 
-    # -- transport ---------------------------------------------------------------------------
+    # -- messages --------------------------------------------------------------------------
 
     def serve(self, stream):
+        """The stdio transport: one message a line in, one a line out, until the input ends."""
         for line in stream:
             line = line.strip()
             if line:
@@ -64,48 +67,55 @@ class McpServer:
         self.link.close()
 
     def handle_line(self, line):
+        for message in self.answer_text(line):
+            self._write(message)
+
+    def answer_text(self, text):
+        """The messages to send for one received text: see :meth:`answer`."""
         try:
-            message = json.loads(line)
+            message = json.loads(text)
         except ValueError as error:
-            self._error(None, PARSE_ERROR, "Parse error: %s" % error)
-            return
+            return [_error(None, PARSE_ERROR, "Parse error: %s" % error)]
+        return self.answer(message)
+
+    def answer(self, message, framing="per line"):
+        """Handles one received JSON-RPC message and returns the messages to send back, in
+        order: nothing for a notification, else the answer, followed by a tools/list_changed
+        notification when this call's new connection changed the tools (``framing`` tells how
+        the transport delimits messages, for a complaint about one).  Both transports
+        (stdio and Streamable HTTP) go through here."""
         if not isinstance(message, dict) or message.get("jsonrpc") != "2.0":
-            self._error(message.get("id") if isinstance(message, dict) else None, INVALID_REQUEST,
-                        "Invalid request: expected one JSON-RPC 2.0 object per line")
-            return
+            return [_error(message.get("id") if isinstance(message, dict) else None, INVALID_REQUEST,
+                           "Invalid request: expected one JSON-RPC 2.0 object %s" % framing)]
         method = message.get("method")
         if "id" not in message:
             if method == "notifications/initialized":
                 self.initialized = True
-            return  # other notifications (cancelled, roots changed ...) need nothing from us
+            return []  # other notifications (cancelled, roots changed ...) need nothing from us
         ident = message["id"]
         if not isinstance(method, str):
             if "result" not in message and "error" not in message:
-                self._error(ident, INVALID_REQUEST, "Invalid request: no method")
-            return  # an answer to a request of ours: we send none
+                return [_error(ident, INVALID_REQUEST, "Invalid request: no method")]
+            return []  # an answer to a request of ours: we send none
         params = message.get("params") or {}
         handler = {"initialize": self._initialize, "ping": lambda p: {},
                    "tools/list": self._list_tools, "tools/call": self._call_tool}.get(method)
         if handler is None:
-            self._error(ident, METHOD_NOT_FOUND, "Method not found: %s" % method)
-            return
+            return [_error(ident, METHOD_NOT_FOUND, "Method not found: %s" % method)]
         if not isinstance(params, dict):
-            self._error(ident, INVALID_PARAMS, "Invalid params: expected an object")
-            return
+            return [_error(ident, INVALID_PARAMS, "Invalid params: expected an object")]
         try:
             result = handler(params)
         except _RpcError as error:
-            self._error(ident, error.code, str(error))
-            return
-        self._write({"jsonrpc": "2.0", "id": ident, "result": result})
-        self._announce_tool_changes()
+            return [_error(ident, error.code, str(error))]
+        return [{"jsonrpc": "2.0", "id": ident, "result": result}] + self._tool_changes()
+
+    def close(self):
+        self.link.close()
 
     def _write(self, message):
         self.out.write(json.dumps(message, ensure_ascii=False, separators=(",", ":")) + "\n")
         self.out.flush()
-
-    def _error(self, ident, code, text):
-        self._write({"jsonrpc": "2.0", "id": ident, "error": {"code": code, "message": text}})
 
     # -- methods -----------------------------------------------------------------------------
 
@@ -158,13 +168,19 @@ class McpServer:
         except ToolError as error:
             return {"content": [{"type": "text", "text": str(error)}], "isError": True}
 
-    def _announce_tool_changes(self):
-        """Tells the client to list the tools again when a new connection changed them."""
+    def _tool_changes(self):
+        """A tools/list_changed notification when a new connection changed the tools since the
+        client last listed them, else nothing."""
         if not self.initialized or self._listed_extensions is None:
-            return
+            return []
         if self.link.connected and self.link.extensions != self._listed_extensions:
             self._listed_extensions = self.link.extensions
-            self._write({"jsonrpc": "2.0", "method": "notifications/tools/list_changed"})
+            return [{"jsonrpc": "2.0", "method": "notifications/tools/list_changed"}]
+        return []
+
+
+def _error(ident, code, text):
+    return {"jsonrpc": "2.0", "id": ident, "error": {"code": code, "message": text}}
 
 
 class _RpcError(Exception):
