@@ -7,7 +7,7 @@ if(TARGET uiremote-host)
   foreach(file package.json package-lock.json harness.mjs e2e.test.mjs)
     configure_file(${CMAKE_CURRENT_SOURCE_DIR}/mcp/${file} ${UIRC_MCP_DIR}/${file} COPYONLY)
   endforeach()
-  add_test(NAME mcp_sdk_setup COMMAND sh ${PROJECT_SOURCE_DIR}/scripts/mcp-sdk.sh ${UIRC_MCP_DIR})
+  add_test(NAME mcp_sdk_setup COMMAND sh ${PROJECT_SOURCE_DIR}/scripts/npm-packages.sh ${UIRC_MCP_DIR})
   set_tests_properties(mcp_sdk_setup PROPERTIES FIXTURES_SETUP mcp_sdk TIMEOUT 900)
   add_test(NAME mcp_e2e COMMAND node --test ${UIRC_MCP_DIR}/e2e.test.mjs)
   set_tests_properties(mcp_e2e PROPERTIES

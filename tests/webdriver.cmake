@@ -1,6 +1,6 @@
 # The WebDriver endpoint (`uiremote webdriver`) driven by real WebDriver clients: Debian's
 # python3-selenium (pytest, tests/webdriver/test_selenium.py) and WebdriverIO (node --test,
-# tests/webdriver/wdio.test.mjs, installed into the build tree by scripts/webdriver-clients.sh),
+# tests/webdriver/wdio.test.mjs, installed into the build tree by scripts/npm-packages.sh),
 # both against Qt's Controls 2 gallery launched headless for each session. Included by
 # tests/CMakeLists.txt. The gallery is a Qt 5 program, so the Qt 6 build has no such suite.
 if(NOT TARGET uiremote-launch OR NOT TARGET qt-gallery)
@@ -19,7 +19,7 @@ set(webdriver_env
   "UIREMOTE_LAUNCH=$<TARGET_FILE:uiremote-launch>"
   "UIREMOTE_GALLERY=$<TARGET_FILE:qt-gallery>")
 
-add_test(NAME webdriver_clients_setup COMMAND sh ${PROJECT_SOURCE_DIR}/scripts/webdriver-clients.sh ${UIRC_WEBDRIVER_DIR})
+add_test(NAME webdriver_clients_setup COMMAND sh ${PROJECT_SOURCE_DIR}/scripts/npm-packages.sh ${UIRC_WEBDRIVER_DIR})
 set_tests_properties(webdriver_clients_setup PROPERTIES FIXTURES_SETUP webdriver_clients TIMEOUT 900)
 
 add_test(NAME webdriver_selenium

