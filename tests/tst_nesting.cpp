@@ -52,7 +52,9 @@ private slots:
         bool result = true;
         const quint64 visits = Visits({{"getpro", QVariantMap{{"objname", "nowhere"}, {"property", "x"}}}}, &result);
         QVERIFY(!result);
-        QVERIFY2(visits <= quint64(3 * m_objects), qPrintable(QStringLiteral("%1 visits of %2 objects").arg(visits).arg(m_objects)));
+        // About three visits per object (the search, the route, the closest names of the reason):
+        // linear, where the search used to visit 2^levels times.
+        QVERIFY2(visits <= quint64(4 * m_objects), qPrintable(QStringLiteral("%1 visits of %2 objects").arg(visits).arg(m_objects)));
     }
 
     void nameFindsTheFirstMatchAsBefore()
