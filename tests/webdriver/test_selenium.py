@@ -73,6 +73,9 @@ def test_type_unicode_read_back_and_clear(driver):
     assert field.text == ""
     field.send_keys("abc", Keys.SHIFT, Keys.LEFT, Keys.LEFT, Keys.NULL, "X")
     assert field.text == "aX"
+    field.clear()
+    field.send_keys("a\U0001F600\U0001F44D", Keys.BACKSPACE)  # outside the BMP: one character each
+    assert field.text == "a\U0001F600"
 
 
 def test_state_as_selenium_reads_it(driver):
