@@ -39,7 +39,7 @@ bool ControlEngine::DoScreenshot(const ArgumentMap &args, QVariant &value)
         return false;
     }
     QRect crop;
-    if (!args.value(QStringLiteral("objname")).toString().isEmpty()) {
+    if (NamesObject(args)) {
         QObject *object = FindNamedQMLObject(args);
         if (!object)
             return false;

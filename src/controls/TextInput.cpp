@@ -46,7 +46,7 @@ bool ControlEngine::DoTypeText(const ArgumentMap &args, QVariant &)
         return false;
     }
     QWindow *window = nullptr;
-    if (args.contains(QStringLiteral("objname"))) {
+    if (args.contains(QStringLiteral("objname")) || args.contains(QStringLiteral("handle"))) {
         QQuickItem *item = nullptr;
         if (!ResolveActionTarget(args, &window, &item))
             return false;

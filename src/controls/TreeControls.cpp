@@ -12,10 +12,10 @@
 
 namespace {
 
-// The subtree a request names with "objname" (and "parobjname"), else the root.
+// The subtree a request names with "objname" (and "parobjname") or "handle", else the root.
 bool HasSubtree(const ArgumentMap &args)
 {
-    return !args.value(QStringLiteral("objname")).toString().isEmpty() ||
+    return NamesObject(args) ||
            !args.value(QStringLiteral("parobjname")).toString().isEmpty();
 }
 

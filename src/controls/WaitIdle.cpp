@@ -134,7 +134,7 @@ bool ControlEngine::DoWaitIdle(const ArgumentMap &args, QVariant &value)
 {
     RC_TRACE_SCOPE("UIRemoteControl::DoWaitIdle");
     QQuickItem *scope = nullptr;
-    if (!args.value(QStringLiteral("objname")).toString().isEmpty()) {
+    if (NamesObject(args)) {
         QObject *object = FindNamedQMLObject(args);
         scope = qobject_cast<QQuickItem *>(object);
         if (!scope) {

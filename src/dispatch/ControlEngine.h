@@ -6,6 +6,7 @@
 // One engine belongs to one UIRemoteControl and reads its root, window and context through the
 // references below; the extension handlers are its members, reached from the control table.
 
+#include "ObjectHandles.h"
 #include "Resolution.h"
 #include "UIRemoteControl.h"
 
@@ -93,8 +94,17 @@ public:
     bool DoFind(const ArgumentMap &args, QVariant &value);
     bool DoScreenshot(const ArgumentMap &args, QVariant &value);
     QString NoMatchReason(const QString &path) const;
-    // A property or return value as a reply holds it: objects become {"type": ..., "path": ...}.
-    QVariant ReplyValue(const QVariant &value) const;
+    // A property or return value as a reply holds it: objects become {"type": ..., "path": ...}
+    // (with withHandles, also "handle": the object's handle).
+    QVariant ReplyValue(const QVariant &value, bool withHandles = false) const;
+
+    // Object handles and scripts. A message's "handle" names its object in extension mode, before
+    // any path (ObjectOfHandle: null, with the reason, once the object is gone).
+    bool DoHandle(const ArgumentMap &args, QVariant &value);
+    bool DoResolve(const ArgumentMap &args, QVariant &value);
+    bool DoEvaluate(const ArgumentMap &args, QVariant &value);
+    QObject *ObjectOfHandle(const QVariant &handle) const;
+    mutable ObjectHandles m_handles;
     // Property access and calls with attached and dotted properties and typed parameters.
     bool ReadPropertyExtended(QObject *object, const ArgumentMap &args, QVariant &value);
     bool WritePropertyExtended(QObject *object, const ArgumentMap &args);

@@ -184,6 +184,19 @@ const std::vector<ControlRow> &ControlTable::Rows()
           Optional("objname", "path", "string", "only what moves below this item counts"),
           Optional("ignore", "ignore", "array", "names, ids or types of what never stops, left out"), kTimeout},
          "", "Waits until nothing in a window (or below an item) moves and a frame has rendered since."},
+        {"handle", "handle", true, [](C &c, const A &a, V &v) { return c.m_engine->DoHandle(a, v); },
+         {kPath, kParent},
+         "the handle", "Gives the object a handle that names it, and only it, while the remote control lives (\"handle\": n instead of objname)."},
+        {"resolve", "resolve", true, [](C &c, const A &a, V &v) { return c.m_engine->DoResolve(a, v); },
+         {Required("handle", "handle", "integer", "the object's handle")},
+         "{\"path\", \"type\", \"alive\": true}", "Tells what a handle names now; fails once its object is destroyed."},
+        {"evaluate", "evaluate", true, [](C &c, const A &a, V &v) { return c.m_engine->DoEvaluate(a, v); },
+         {Required("script", "script", "string", "the body of a JavaScript function, run in the scene's QML engine"),
+          Optional("args", "args", "array", "its arguments; {\"handle\": n} and {\"objname\": path} pass the object", "[]"),
+          Optional("objname", "path", "string", "the object the script gets as this"), kParent,
+          Optional("timeout", "timeout", "integer", "milliseconds the script may run (0: no bound)", "5000")},
+         "the return value (objects as {\"type\", \"path\", \"handle\"})",
+         "Runs JavaScript in the application's QML engine with objects of the scene as arguments."},
     };
     return rows;
 }

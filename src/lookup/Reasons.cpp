@@ -58,7 +58,8 @@ QString ControlEngine::NoMatchReason(const QString &path) const
 namespace {
 
 // Converts object values (also inside lists and maps); the paths are computed on first need.
-QVariant Convert(const QVariant &value, QObject *root, QHash<QObject *, QString> &paths, bool &computed)
+QVariant Convert(const QVariant &value, QObject *root, QHash<QObject *, QString> &paths, bool &computed,
+                 ObjectHandles *handles)
 {
     QVariant plain = value;
     if (plain.userType() == qMetaTypeId<QJSValue>())
@@ -66,13 +67,13 @@ QVariant Convert(const QVariant &value, QObject *root, QHash<QObject *, QString>
     if (plain.userType() == QMetaType::QVariantList) {
         QVariantList list = plain.toList();
         for (QVariant &element : list)
-            element = Convert(element, root, paths, computed);
+            element = Convert(element, root, paths, computed, handles);
         return list;
     }
     if (plain.userType() == QMetaType::QVariantMap) {
         QVariantMap map = plain.toMap();
         for (QVariant &element : map)
-            element = Convert(element, root, paths, computed);
+            element = Convert(element, root, paths, computed, handles);
         return map;
     }
     if (!(QtCompat::TypeFlags(plain.userType()) & QMetaType::PointerToQObject))
@@ -85,15 +86,21 @@ QVariant Convert(const QVariant &value, QObject *root, QHash<QObject *, QString>
         computed = true;
     }
     const auto path = paths.constFind(object);
-    return QVariantMap{{QStringLiteral("type"), Selector::TypeName(object)},
-                       {QStringLiteral("path"), path == paths.constEnd() ? QVariant::fromValue(nullptr) : QVariant(*path)}};
+    QVariantMap reply{{QStringLiteral("type"), Selector::TypeName(object)},
+                      {QStringLiteral("path"), path == paths.constEnd() ? QVariant::fromValue(nullptr) : QVariant(*path)}};
+    if (handles) {
+        QString full;
+        const int handle = handles->HandleOf(object, &full);
+        reply.insert(QStringLiteral("handle"), handle ? QVariant(handle) : QVariant::fromValue(nullptr));
+    }
+    return reply;
 }
 
 } // namespace
 
-QVariant ControlEngine::ReplyValue(const QVariant &value) const
+QVariant ControlEngine::ReplyValue(const QVariant &value, bool withHandles) const
 {
     QHash<QObject *, QString> paths;
     bool computed = false;
-    return Convert(value, m_root, paths, computed);
+    return Convert(value, m_root, paths, computed, withHandles ? &m_handles : nullptr);
 }

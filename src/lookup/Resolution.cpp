@@ -25,6 +25,9 @@ QObject *UIRemoteControl::FindQMLObject(const ArgumentMap &args) const
 
 QObject *UIRemoteControl::FindNamedQMLObject(const ArgumentMap &args) const
 {
+    // In extension mode a handle names the object, whatever the path says.
+    if (m_engine->m_extensions && args.contains(QStringLiteral("handle")))
+        return m_engine->ObjectOfHandle(args.value(QStringLiteral("handle")));
     const QString parent = args.value(QStringLiteral("parobjname")).toString();
     const QString name = args.value(QStringLiteral("objname")).toString();
     const QString path = parent.isEmpty() ? name : parent + QLatin1Char('.') + name;
@@ -161,8 +164,15 @@ bool UIRemoteControl::FindWindowAndQuickItem(const ArgumentMap &args, const QStr
 }
 
 
+bool NamesObject(const ArgumentMap &args)
+{
+    return args.contains(QStringLiteral("handle")) || !args.value(QStringLiteral("objname")).toString().isEmpty();
+}
+
 QString ArgumentsPath(const ArgumentMap &args)
 {
+    if (args.contains(QStringLiteral("handle")))
+        return QStringLiteral("object %1").arg(args.value(QStringLiteral("handle")).toString());
     const QString parent = args.value(QStringLiteral("parobjname")).toString();
     const QString name = args.value(QStringLiteral("objname")).toString();
     return parent.isEmpty() ? name : parent + QLatin1Char('.') + name;

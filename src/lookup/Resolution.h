@@ -5,8 +5,10 @@
 
 class QWindow;
 
-// The path a message names: parobjname.objname, or objname alone.
+// The path a message names: parobjname.objname, or objname alone; "object <n>" for a handle.
 QString ArgumentsPath(const ArgumentMap &args);
+// Whether a message of an extension word names an object: a handle, or a non-empty objname.
+bool NamesObject(const ArgumentMap &args);
 
 // The window of that name, or the nameless window whose WindowName it is; no fallback to the
 // default window, so that a made-up name fails. Null for an empty name.

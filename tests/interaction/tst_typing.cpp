@@ -48,6 +48,20 @@ private slots:
         QCOMPARE(m_session->Get(QStringLiteral("field"), "presses").toStringList(), expected);
     }
 
+    // A character outside the Basic Multilingual Plane is one key press with both halves of its
+    // surrogate pair as the text, so the field takes it as one character: Backspace removes it whole.
+    void backspaceRemovesACharacterOutsideTheBmpWhole()
+    {
+        QVERIFY(Interaction::SameReply(m_session->Send(QStringLiteral("typetext"), {{"text", QStringLiteral("a\U0001F600\U0001F44D")}}), Ok()));
+        QCOMPARE(m_session->Get(QStringLiteral("field"), "text").toString(), QStringLiteral("a\U0001F600\U0001F44D"));
+        QCOMPARE(m_session->Get(QStringLiteral("field"), "cursorPosition").toInt(), 5);
+        const QVariantMap backspace{{"winobjname", "typingWindow"}, {"key", int(Qt::Key_Backspace)}};
+        QVERIFY(Interaction::SameReply(m_session->Send(QStringLiteral("keyclick"), backspace), Ok()));
+        QCOMPARE(m_session->Get(QStringLiteral("field"), "text").toString(), QStringLiteral("a\U0001F600"));
+        QVERIFY(Interaction::SameReply(m_session->Send(QStringLiteral("keyclick"), backspace), Ok()));
+        QCOMPARE(m_session->Get(QStringLiteral("field"), "text").toString(), QStringLiteral("a"));
+    }
+
     void objnameClicksTheItemForFocusFirst()
     {
         QVERIFY(Interaction::SameReply(m_session->Send(QStringLiteral("typetext"), {{"objname", "area"}, {"text", QStringLiteral("one\ntwo")}}), Ok()));

@@ -39,12 +39,17 @@ def isolated_env(tmp_path_factory):
 @pytest.fixture(scope="session")
 def endpoint(isolated_env, tmp_path_factory):
     """The URL of a running ``uiremote webdriver``."""
-    launcher = program("UIREMOTE_LAUNCH")
+    # The launcher of this build's Qt major: UIREMOTE_LAUNCH (Qt 5) or UIREMOTE_LAUNCH_QT6.
+    launchers = [(option, os.environ.get(variable)) for option, variable in
+                 (("--launcher", "UIREMOTE_LAUNCH"), ("--launcher-qt6", "UIREMOTE_LAUNCH_QT6"))]
+    launchers = [arg for option, path in launchers if path and os.path.exists(path) for arg in (option, path)]
+    if not launchers:
+        pytest.skip("neither UIREMOTE_LAUNCH nor UIREMOTE_LAUNCH_QT6 is set to a built launcher")
     log = tmp_path_factory.mktemp("endpoint") / "webdriver.log"
     env = dict(os.environ, **isolated_env, PYTHONPATH=str(CLIENT_DIR))
     with open(log, "wb") as out:
         process = subprocess.Popen([sys.executable, "-m", "uiremote", "webdriver", "--port", "0",
-                                    "--launcher", launcher, "--session-timeout", "300"],
+                                    *launchers, "--session-timeout", "300"],
                                    stdout=out, stderr=subprocess.STDOUT, env=env)
     deadline = time.monotonic() + 20
     url = None

@@ -14,13 +14,14 @@ selenium = pytest.importorskip("selenium")
 
 from selenium import webdriver  # noqa: E402
 from selenium.common.exceptions import (ElementNotInteractableException, InvalidSelectorException,  # noqa: E402
-                                        NoSuchElementException, SessionNotCreatedException,
-                                        StaleElementReferenceException)
+                                        JavascriptException, NoSuchElementException, SessionNotCreatedException,
+                                        StaleElementReferenceException, TimeoutException)
 from selenium.webdriver.common.action_chains import ActionChains  # noqa: E402
 from selenium.webdriver.common.actions.wheel_input import ScrollOrigin  # noqa: E402
 from selenium.webdriver.common.by import By  # noqa: E402
 from selenium.webdriver.common.keys import Keys  # noqa: E402
 from selenium.webdriver.common.options import ArgOptions  # noqa: E402
+from selenium.webdriver.remote.webelement import WebElement  # noqa: E402
 
 PNG = b"\x89PNG\r\n\x1a\n"
 
@@ -72,6 +73,9 @@ def test_type_unicode_read_back_and_clear(driver):
     assert field.text == ""
     field.send_keys("abc", Keys.SHIFT, Keys.LEFT, Keys.LEFT, Keys.NULL, "X")
     assert field.text == "aX"
+    field.clear()
+    field.send_keys("a\U0001F600\U0001F44D", Keys.BACKSPACE)  # outside the BMP: one character each
+    assert field.text == "a\U0001F600"
 
 
 def test_state_as_selenium_reads_it(driver):
@@ -136,6 +140,43 @@ def test_standard_errors(driver):
     assert d.find_element(By.ID, "titleLabel").text == "Gallery"
     with pytest.raises(StaleElementReferenceException):
         first.text
+
+
+def test_execute_script(driver):
+    d = driver()
+    assert d.execute_script("return 6 * 7") == 42
+    assert d.execute_script("return [arguments[0] + 1, arguments[1].length]", 1, "abc") == [2, 3]
+    assert d.execute_script("return this.title") == "Qt Quick Controls 2"  # this: the root window
+    label = d.find_element(By.ID, "titleLabel")
+    assert d.execute_script("return arguments[0].text", label) == "Gallery"
+    assert d.execute_script("arguments[0].text = 'Changed'", label) is None
+    assert label.text == "Changed"
+    same = d.execute_script("return arguments[0]", label)
+    assert isinstance(same, WebElement) and same.id == label.id
+    parent = d.execute_script("return arguments[0].parent", label)
+    assert parent.id == d.find_element(By.XPATH, "//Label[@id='titleLabel']/..").id  # one object, one element
+    with pytest.raises(JavascriptException, match="Error: boom"):
+        d.execute_script("throw new Error('boom')")
+    with pytest.raises(JavascriptException, match="ReferenceError"):
+        d.execute_script("return noSuchName.x")
+
+
+def test_execute_async_script_and_script_timeout(driver):
+    d = driver()
+    assert d.execute_async_script("arguments[arguments.length - 1](arguments[0] * 2)", 21) == 42
+    label = d.find_element(By.ID, "titleLabel")
+    late = d.execute_async_script(
+        "var label = arguments[0], done = arguments[1];"
+        "var timer = Qt.createQmlObject('import QtQml 2.0; Timer { interval: 50 }', this);"
+        "timer.triggered.connect(function () { done(label); timer.destroy(); });"
+        "timer.start();", label)
+    assert isinstance(late, WebElement) and late.id == label.id
+    d.set_script_timeout(0.3)
+    with pytest.raises(TimeoutException):
+        d.execute_script("while (true) {}")
+    with pytest.raises(TimeoutException):
+        d.execute_async_script("var never = arguments[0];")
+    assert d.execute_script("return 1") == 1  # the program runs scripts again
 
 
 def test_session_not_created_says_why(endpoint, tmp_path):

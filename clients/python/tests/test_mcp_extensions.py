@@ -105,8 +105,8 @@ def test_extension_tools_listed_when_the_probe_answers_true(standin):
     standin.extensions = True
     server = started(standin.port)
     names = tool_names(server, 2)
-    assert names[-13:] == ["describe", "tree", "find", "screenshot", "type_text", "wheel", "swipe", "spy", "spy_count",
-                           "unspy", "wait_spy", "wait_property", "wait_idle"]
+    assert names[-16:] == ["describe", "tree", "find", "screenshot", "type_text", "wheel", "swipe", "spy", "spy_count",
+                           "unspy", "wait_spy", "wait_property", "wait_idle", "handle", "resolve", "evaluate"]
     assert standin.requests[0] == {"tree": {"depth": 0}}
 
 

@@ -21,6 +21,7 @@ from .errors import (
     UIRemoteProtocolError,
     UIRemoteTimeout,
 )
+from .handles import Handle
 from .qt import Button, Key, Modifier, MouseButton
 from .scene import path, selector, walk
 
@@ -31,6 +32,7 @@ __all__ = [
     "EXTENSION_TYPES",
     "DEFAULT_PORT",
     "Client",
+    "Handle",
     "Reply",
     "ReplyReader",
     "encode_request",

@@ -22,6 +22,7 @@ from .protocol import (  # noqa: F401  (the protocol's names, as this module has
     expected_duration,
 )
 from .scene import SceneMixin
+from .scripting import Handle, ScriptControls  # noqa: F401  (Handle: offered here too)
 
 __all__ = ["DEFAULT_PORT", "CONTROL_TYPES", "EXTENSION_TYPES", "Client", "Batch", "Reply", "ReplyReader",
            "encode_request"]
@@ -29,7 +30,7 @@ __all__ = ["DEFAULT_PORT", "CONTROL_TYPES", "EXTENSION_TYPES", "Client", "Batch"
 _RECV_SIZE = 65536
 
 
-class Client(Controls, SceneMixin):
+class Client(Controls, ScriptControls, SceneMixin):
     """A connection to one application.
 
     ``Client(host, port, timeout)`` does not connect by itself: entering the ``with`` block,

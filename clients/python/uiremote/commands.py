@@ -199,6 +199,15 @@ def _commands():
         ("wait_idle", "waitidle", "wait until nothing moves in a window", ["window", "timeout", "path", "ignore"],
          {"path": (("--path",), dict(help="only what moves below this item counts")),
           "ignore": (("--ignore",), dict(action="append", help="a name, id or type of what never stops (repeatable)"))}),
+        ("handle", "handle", "print the handle of an object (extension mode)", ["path", "parent"], {}),
+        ("resolve", "resolve", "print what a handle names now: path, type", ["handle"],
+         {"handle": ((), dict(type=int, help="the handle (what handle printed)"))}),
+        ("evaluate", "evaluate", "run JavaScript in the application's QML engine; print what it returns",
+         ["script", "args", "path", "parent", "timeout"],
+         {"script": ((), dict(help='the body of a function, e.g. "return arguments[0].text"')),
+          "args": ((), dict(nargs="*", type=json_value, help='its arguments (JSON; {"handle": n} passes an object)')),
+          "path": (("-p", "--path"), dict(help="the object the script gets as this")),
+          "timeout": (("-t", "--timeout"), dict(type=float, metavar="S", help="longest run in seconds (default 5)"))}),
     ]
 
 

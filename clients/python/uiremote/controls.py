@@ -12,6 +12,7 @@ import functools
 import inspect
 
 from . import qt
+from .handles import Handle
 
 __all__ = ["Controls", "control"]
 
@@ -35,8 +36,8 @@ def _value(what):
 
 
 def _path(value):
-    if value is None:
-        return None
+    if value is None or isinstance(value, Handle):  # a handle names its object itself
+        return value
     if isinstance(value, (list, tuple)):
         return ".".join(str(part) for part in value)
     return str(value)
@@ -97,6 +98,8 @@ class Controls:
         """``{word: args}`` without the ``None`` values (``always`` is sent even when null)."""
         data = _drop_none(args)
         data.update(always)
+        if isinstance(data.get("objname"), Handle):
+            data["handle"] = int(data.pop("objname"))
         if word in self._POINTER_WORDS:
             actionable = self.actionable if actionable is None else actionable
             if actionable:

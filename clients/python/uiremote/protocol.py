@@ -51,7 +51,10 @@ CONTROL_TYPES = (
 #: The control words of extension mode (on in uiremote-host, off by default in an application).
 EXTENSION_TYPES = (
     "describe",
+    "evaluate",
     "find",
+    "handle",
+    "resolve",
     "screenshot",
     "spy",
     "spycount",
@@ -66,7 +69,7 @@ EXTENSION_TYPES = (
 )
 
 # Extension words that wait, with their default time-out in milliseconds.
-_WAIT_DEFAULT_MS = {"waitspy": 5000, "waitprop": 5000, "waitidle": 5000}
+_WAIT_DEFAULT_MS = {"waitspy": 5000, "waitprop": 5000, "waitidle": 5000, "evaluate": 5000}
 
 
 @dataclass(frozen=True)

@@ -97,6 +97,9 @@ ARGS = {
     "ignore": Arg("ignore", _s("array", 'what never stops and is left out: names, ids or types ("BusyIndicator")',
                                items={"type": "string"})),
     "count": Arg("count", _s("integer", "emissions in all, those before the wait included (default 1)", minimum=1)),
+    "handle": Arg("handle", _s("integer", "an object's handle (what handle returned)", minimum=1)),
+    "script": Arg("script", _s("string", "the body of a JavaScript function, e.g. return arguments[0].text")),
+    "args": Arg("args", _s("array", 'the script\'s arguments; {"handle": n} or {"objname": path} passes the object')),
 }
 
 

@@ -281,4 +281,14 @@ TOOLS = [
          ["winobjname", ("objname", ARGS["objname"].but(description="only what moves below this item counts")), "ignore",
           "timeout"], run("the window did not come to rest in time.", _done("The window is idle.")),
          required=(), **LOOK),
+    tool("handle", "Object handle", "Return a handle (a number) that names an object for as long as the "
+         "application runs, whatever happens to its path.", ["objname", "parobjname"],
+         run(lambda a: "'%s' names no object." % _where(a)), **LOOK),
+    tool("resolve", "Resolve handle", 'What a handle names now: {"path", "type", "alive": true}; fails once the '
+         "object is destroyed.", ["handle"], run("the handle names no living object."), required=["handle"], **LOOK),
+    tool("evaluate", "Run JavaScript", "Run JavaScript in the application's QML engine, as the body of a function "
+         'called with args (objects as {"handle": n} or {"objname": path}); returns what it returns.',
+         ["script", "args", ("objname", ARGS["objname"].but(description="the object the script gets as this")),
+          "parobjname", ("timeout", ARGS["timeout"].but(description="longest run in milliseconds (default 5000)"))],
+         run("the script failed."), required=["script"], **AT),
 ]

@@ -101,7 +101,7 @@ def _aim(session, state, pointer):
     target = getattr(pointer, "target", None)
     if target is not None:
         element, rect = target
-        return element.path, rect["x"], rect["y"]
+        return element.handle, rect["x"], rect["y"]
     return _root_item(session, state), 0, 0
 
 

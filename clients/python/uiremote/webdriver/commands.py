@@ -1,7 +1,6 @@
 """Session commands: sessions and status, time-outs, title, page source, screenshots, windows
 and scripts."""
 
-from .element_commands import attribute, displayed, element_argument
 from .errors import WebDriverError
 from .locators import Scene
 from .routes import route
@@ -178,32 +177,3 @@ def _parent_frame(session, params, body):
 @route("GET", "/session/{sid}/cookie")
 def _cookies(session, params, body):
     return []
-
-
-def _script(session, body):
-    if not isinstance(body, dict) or not isinstance(body.get("script"), str) or not isinstance(body.get("args", []), list):
-        raise WebDriverError("invalid argument", "a script needs \"script\" (a string) and \"args\" (a list)")
-    script, args = body["script"].lstrip(), body.get("args", [])
-    if script.startswith("/* getAttribute */"):
-        if len(args) < 2 or not isinstance(args[1], str):
-            raise WebDriverError("invalid argument", "getAttribute needs an element and a name")
-        return attribute(session, element_argument(session, args[0]), args[1])
-    head = script[:3000]  # WebdriverIO puts a few helpers before its function
-    if script.startswith("/* isDisplayed */") or "function isElementDisplayed(" in head \
-            or "function isElementInViewport(" in head:  # Selenium's and WebdriverIO's
-        if not args:
-            raise WebDriverError("invalid argument", "isDisplayed needs an element")
-        return displayed(session, element_argument(session, args[0]))
-    raise WebDriverError("unsupported operation",
-                         "this program's QML engine cannot run scripts sent from outside; only the "
-                         "getAttribute and isDisplayed scripts of WebDriver clients are answered")
-
-
-@route("POST", "/session/{sid}/execute/sync")
-def _execute(session, params, body):
-    return _script(session, body)
-
-
-@route("POST", "/session/{sid}/execute/async")
-def _execute_async(session, params, body):
-    return _script(session, body)

@@ -71,7 +71,7 @@ def settle(session, window=None):
 
 def window_of(session, element):
     """The name of the window that shows the element (the session's window when it has none)."""
-    reply = session.client.get_window_name(element.path)
+    reply = session.client.get_window_name(element.handle)
     return reply.value if reply.result and reply.value else session.window
 
 
@@ -82,7 +82,7 @@ def displayed(session, element):
 
 
 def _property(session, element, name):
-    reply = session.client.get_property(element.path, name)
+    reply = session.client.get_property(element.handle, name)
     return reply.value if reply.result else None
 
 
@@ -162,7 +162,7 @@ def _click(session, params, body):
     node = session.elements.node(element)
     window = window_of(session, element)
     scroll_into_view(session, element, node, window)
-    with_reason(session.client.click(element.path, window), "click")
+    with_reason(session.client.click(element.handle, window), "click")
     settle(session, window)
 
 
@@ -172,15 +172,15 @@ def _clear(session, params, body):
     node = session.elements.node(element)
     if not node.get("enabled", True):
         raise WebDriverError("invalid element state", "%s is disabled" % element.path)
-    reply = session.client.set_property(element.path, "text", "")
+    reply = session.client.set_property(element.handle, "text", "")
     if not reply.result:
         raise WebDriverError("invalid element state", reply.error or "%s has no editable text" % element.path)
 
 
 def _focus(session, element):
-    if session.client.invoke(element.path, "forceActiveFocus").result:
+    if session.client.invoke(element.handle, "forceActiveFocus").result:
         return
-    with_reason(session.client.click(element.path, window_of(session, element)), "focus")
+    with_reason(session.client.click(element.handle, window_of(session, element)), "focus")
 
 
 @route("POST", "/session/{sid}/element/{eid}/value")
@@ -198,7 +198,7 @@ def _send_keys(session, params, body):
     _focus(session, element)
     current = node.get("text")
     if isinstance(current, str):  # the caret goes to the end, as when a field takes the focus
-        session.client.set_property(element.path, "cursorPosition", len(current))
+        session.client.set_property(element.handle, "cursorPosition", len(current))
     window = window_of(session, element)
     failed = type_keys(session.client, window, text)
     if failed:
@@ -277,7 +277,7 @@ def _label(session, params, body):
 def _element_screenshot(session, params, body):
     element = element_of(session, params["eid"])
     session.elements.node(element)
-    reply = session.client.send({"screenshot": {"objname": element.path, "winobjname": window_of(session, element)}})
+    reply = session.client.send({"screenshot": {"handle": int(element.handle), "winobjname": window_of(session, element)}})
     if not reply.result:
         raise WebDriverError("unable to capture screen", reply.error or "no screenshot of %s" % element.path)
     return reply.value

@@ -9,7 +9,7 @@ import threading
 from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
 
 from ..errors import UIRemoteError
-from . import actions, commands, element_commands  # noqa: F401  (they register their commands)
+from . import actions, commands, element_commands, scripts  # noqa: F401  (they register their commands)
 from .errors import WebDriverError
 from .routes import resolve
 from .sessions import SessionManager

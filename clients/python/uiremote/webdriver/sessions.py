@@ -68,6 +68,7 @@ class Session:
         self.elements = Registry(client)
         self.timeouts = dict(_DEFAULT_TIMEOUTS)
         self.window = None
+        self.root_path = None  # the served root window's path: the `this` of scripts
         self.lock = threading.RLock()
         self.last_used = time.monotonic()
         #: Seconds to wait for the window to settle after clicks and actions (0: do not wait).
@@ -143,6 +144,7 @@ class SessionManager:
         session.wait_idle = 0 if settle is False else (5.0 if settle is True else float(settle))
         root = hello.value or {}
         session.window = client.window = root.get("id") or root.get("label") or root.get("path")
+        session.root_path = root.get("path")
         with self._lock:
             self._starting -= 1
             self._sessions[session.id] = session
