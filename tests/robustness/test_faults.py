@@ -81,6 +81,11 @@ def connect(app, timeout=10.0):
     return conn
 
 
+
+def logged(app):
+    """The library's log lines: its trace file when the fixture keeps one, else its output."""
+    return app.output + app.trace
+
 def test_name_from_ids_after_the_root_is_deleted(start):
     app = start("--name-from-ids")
     conn = connect(app)
@@ -126,7 +131,7 @@ def test_client_that_does_not_read_keeps_memory_bounded(start, figures):
         # Until the application gives up on the client, its memory must stay bounded; it gives up
         # within 64 MiB of unread replies (about 17 of them).
         deadline = started + 60
-        while "client does not read its replies" not in app.output:
+        while "client does not read its replies" not in logged(app):
             assert app.running, app.output
             peak = max(peak, memory_kib(pid)["VmRSS"])
             assert peak - before < 300 * 1024, "VmRSS grew by %d KiB" % (peak - before)
@@ -142,7 +147,7 @@ def test_client_that_does_not_read_keeps_memory_bounded(start, figures):
     figures("disconnected after", "%.2f s" % elapsed)
     assert app.running, app.output
     assert grown < 300 * 1024, "the peak grew by %d KiB" % grown
-    assert app.output.count("client does not read its replies") == 1, app.output
+    assert logged(app).count("client does not read its replies") == 1, logged(app)
 
 
 def test_out_of_file_descriptors_does_not_spin(start, uiremote_host, figures):
@@ -163,7 +168,7 @@ def test_out_of_file_descriptors_does_not_spin(start, uiremote_host, figures):
             clients.append(sock)
         # Wait until the host has run out (it logs that), then measure its CPU time for a second.
         deadline = time.monotonic() + 10
-        while "accepting a client failed" not in app.output and time.monotonic() < deadline:
+        while "accepting a client failed" not in logged(app) and time.monotonic() < deadline:
             time.sleep(0.05)
         first = cpu_seconds(pid)
         window = time.monotonic()
@@ -173,7 +178,7 @@ def test_out_of_file_descriptors_does_not_spin(start, uiremote_host, figures):
         figures("clients opened", str(len(clients)))
         figures("CPU while out of descriptors", "%.2f s in %.2f s" % (used, interval))
         assert app.running, app.output
-        assert app.output.count("accepting a client failed") == 1, app.output
+        assert logged(app).count("accepting a client failed") == 1, logged(app)
         assert used < 0.25 * interval, "%.2f s of CPU in %.2f s" % (used, interval)
     finally:
         for sock in clients:
