@@ -95,14 +95,11 @@ QList<QQuickItem *> ScrollableViews(QObject *scope)
 
 QObject *ControlEngine::FindQuietly(const Selector::Path &segments) const
 {
+    // The selector search takes name segments as the name search does, in the same order, and
+    // writes no trace line per visit: the handler's own search is the one the trace shows.
     if (!m_root || segments.isEmpty())
         return nullptr;
-    if (Selector::HasSelector(segments))
-        return Selector::Find(m_root, segments, nullptr);
-    QStringList names;
-    for (const Selector::Segment &segment : segments)
-        names.append(segment.name);
-    return q.FindQMLObject(m_root, names, nullptr);
+    return Selector::Find(m_root, segments, nullptr);
 }
 
 bool ControlEngine::RevealNamedObject(const ArgumentMap &args)
