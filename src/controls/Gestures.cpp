@@ -77,8 +77,10 @@ bool Finite(const QPointF &point)
 const int kSettleMs = 3000;
 
 // Lets the flicks a notch started in the views under the item run out, so that the next notch
-// starts from rest as a person's next notch does: Flickable adds the velocity of a glide still
-// under way to a notch's own, and notches sent back to back would end as one long fling.
+// starts from rest as a person's next notch does: up to Qt 6.5, Flickable adds the velocity of a
+// glide still under way to a notch's own (wheel acceleration), and notches sent back to back end
+// as one long fling (one notch 72 px, three 1106 px on a plain ListView under 5.15). From 6.6 a
+// notch scrolls a distance in proportion to its angle, and the wait changes nothing there.
 void LetFlicksSettle(QQuickItem *item)
 {
     QList<QPointer<QQuickItem>> views;
