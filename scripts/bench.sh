@@ -35,7 +35,7 @@ trap 'exit 130' INT TERM
 if [ ! -f "$BUILD_DIR/CMakeCache.txt" ]; then
   cmake -S . -B "$BUILD_DIR" -DCMAKE_BUILD_TYPE=RelWithDebInfo || exit 1
 fi
-cmake --build "$BUILD_DIR" -j2 --target uiremote-host lookup_bench echo-floor bench-client scene-lookup interaction-bench tree_bench ids-bench || exit 1
+cmake --build "$BUILD_DIR" -j2 --target uiremote-host lookup_bench echo-floor bench-client scene-lookup interaction-bench tree_bench ids-bench wait_latency_bench || exit 1
 
 # Starts a server that prints "listening on <port>"; sets SERVER_PID and SERVER_PORT. Waits up to
 # START_LIMIT tenths of a second (a minute; longer under valgrind).
@@ -252,6 +252,9 @@ $(awk '/MemTotal/ {printf "%.1f GiB", $2 / 1048576}' /proc/meminfo) memory, $(un
   start_host bench/scenes/typing.qml || exit 1
   step "$BIN/interaction-bench" --port "$HOST_PORT" --chars 4000 --chunk 200 --samples 2000 --block 50
   stop "$HOST_PID"
+  echo
+  echo "== How soon a wait answers after its change (target: within one frame, 20 ms) =="
+  step "$BIN/wait_latency_bench" --trials 200
   echo
   echo "== Live tree: 10,000 objects against a bare QObject::children() walk =="
   "$BIN/tree_bench" 10000

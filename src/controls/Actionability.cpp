@@ -78,17 +78,27 @@ QQuickItem *Receiver(QQuickItem *item, const QPointF &scenePoint, Qt::MouseButto
     return nullptr;
 }
 
-// A modal popup open in the window whose own item does not hold the point: it swallows the
-// press. The items of popups are the overlay's children; the popup is their QObject parent.
-QObject *ModalPopupOutside(QQuickWindow *window, const QPointF &scenePoint)
+// A modal popup open in the window, above the item, whose own item does not hold the point: it
+// swallows the press. The items of popups are the overlay's children, stacked as Qt paints them
+// (by z, then in the order they were opened); the popup is their QObject parent. Popups below
+// the one the item lies in cannot cover it: a combo box's list opened in a modal dialog is above
+// the dialog, and takes the press.
+QObject *ModalPopupOutside(QQuickWindow *window, const QQuickItem *item, const QPointF &scenePoint)
 {
     for (QQuickItem *child : window->contentItem()->childItems()) {
         if (!IsOverlay(child) || !child->isVisible())
             continue;
-        for (QQuickItem *popupItem : child->childItems()) {
+        QList<QQuickItem *> stacked = child->childItems();
+        std::stable_sort(stacked.begin(), stacked.end(),
+                         [](const QQuickItem *a, const QQuickItem *b) { return a->z() < b->z(); });
+        for (auto it = stacked.crbegin(); it != stacked.crend(); ++it) {
+            QQuickItem *popupItem = *it;
+            if (!popupItem->isVisible())
+                continue;
+            if (popupItem == item || popupItem->isAncestorOf(item))
+                return nullptr;
             QObject *popup = popupItem->parent();
-            if (!popupItem->isVisible() || !popup || !popup->inherits("QQuickPopup") ||
-                !popup->property("modal").toBool())
+            if (!popup || !popup->inherits("QQuickPopup") || !popup->property("modal").toBool())
                 continue;
             if (!popupItem->contains(popupItem->mapFromScene(scenePoint)))
                 return popup;
@@ -168,7 +178,7 @@ bool ControlEngine::CheckActionable(const ArgumentMap &args, QQuickItem *item, Q
                         .arg(window->height()));
     if (!hitTest)
         return true;
-    if (QObject *popup = ModalPopupOutside(quickWindow, scenePoint)) {
+    if (QObject *popup = ModalPopupOutside(quickWindow, item, scenePoint)) {
         if (!item->inherits("QQuickOverlay"))
             return fail(QStringLiteral("the item %1 is covered by the modal popup %2").arg(Label(item), Label(popup)));
     }

@@ -125,6 +125,8 @@ bool UIRemoteControl::DoClick(const ArgumentMap &args, bool doubleClick)
     QQuickItem *item = nullptr;
     if (!FindWindowAndQuickItem(args, QStringLiteral("UIRemoteControl::DoClick"), &window, &item))
         return false;
+    if (m_engine->WantsActionable(args))
+        m_engine->BringIntoView(item); // a person scrolls to what is out of view first
     const QString word = args.value(QStringLiteral("clickbtn")).toString().toLower();
     const bool usePoint = HasPoint(args);
     const QPoint point = usePoint ? ArgPoint(args, "x", "y") : QPoint();
@@ -150,6 +152,8 @@ bool UIRemoteControl::DoHover(const ArgumentMap &args)
     QQuickItem *item = nullptr;
     if (!FindWindowAndQuickItem(args, QStringLiteral("UIRemoteControl::DoHover"), &window, &item))
         return false;
+    if (m_engine->WantsActionable(args))
+        m_engine->BringIntoView(item); // a person scrolls to what is out of view first
     if (m_engine->WantsActionable(args) &&
         !m_engine->CheckActionable(args, item, window, HasPoint(args) ? ToScene(item, ArgPoint(args, "x", "y")) : SceneCentre(item),
                          Qt::NoButton))
@@ -174,6 +178,8 @@ bool UIRemoteControl::DoDrag(const ArgumentMap &args)
     QQuickItem *item = nullptr;
     if (!FindWindowAndQuickItem(args, QStringLiteral("UIRemoteControl::DoDrag"), &window, &item))
         return false;
+    if (m_engine->WantsActionable(args))
+        m_engine->BringIntoView(item); // a person scrolls to what is out of view first
     const bool fromTo = args.contains(QStringLiteral("from_x")) && args.contains(QStringLiteral("from_y")) &&
                         args.contains(QStringLiteral("to_x")) && args.contains(QStringLiteral("to_y"));
     if (m_engine->WantsActionable(args) &&
@@ -212,6 +218,8 @@ bool UIRemoteControl::DoPress(const ArgumentMap &args)
     QQuickItem *item = nullptr;
     if (!FindWindowAndQuickItem(args, QStringLiteral("UIRemoteControl::DoPress"), &window, &item))
         return false;
+    if (m_engine->WantsActionable(args))
+        m_engine->BringIntoView(item); // a person scrolls to what is out of view first
     const QPoint point = PointOrIntegerCentre(args, item);
     if (m_engine->WantsActionable(args) && !m_engine->CheckActionable(args, item, window, ToScene(item, point), Qt::LeftButton))
         return false;

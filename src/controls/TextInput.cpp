@@ -50,6 +50,7 @@ bool ControlEngine::DoTypeText(const ArgumentMap &args, QVariant &)
         QQuickItem *item = nullptr;
         if (!ResolveActionTarget(args, &window, &item))
             return false;
+        BringIntoView(item);
         const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
         if (!CheckActionable(args, item, window, centre, Qt::LeftButton))
             return false;

@@ -8,6 +8,7 @@
 
 #include "ObjectHandles.h"
 #include "Resolution.h"
+#include "Selector.h"
 #include "UIRemoteControl.h"
 
 #include <QPointer>
@@ -61,6 +62,14 @@ public:
     bool CheckActionable(const ArgumentMap &args, QQuickItem *item, QWindow *window, const QPointF &scenePoint,
                          Qt::MouseButton button, bool hitTest = true) const;
 
+    // Scrolling before acting (Scrolling.cpp). RevealNamedObject: when the path of args names
+    // nothing yet, pages the shown views below the longest part of the path that exists, onwards
+    // and back, until the search finds it; true when it did (the views stay where that happened;
+    // views where it was not found go back). BringIntoView: scrolls each Flickable the item lies
+    // in so that the item is inside its visible area.
+    bool RevealNamedObject(const ArgumentMap &args);
+    void BringIntoView(QQuickItem *item) const;
+
     // Signal spies and waits that do not poll.
     bool DoSpy(const ArgumentMap &args, QVariant &value);
     bool DoSpyCount(const ArgumentMap &args, QVariant &value);
@@ -112,6 +121,9 @@ public:
     bool CallScripted(QObject *object, const QMetaMethod &method, const QVariantList &arguments, QVariant *value) const;
 
 private:
+    // The search of a parsed path without trace, route or reason: nothing is logged.
+    QObject *FindQuietly(const QList<Selector::Segment> &segments) const;
+
     // The remote control's own lookups, as its handlers call them.
     QObject *FindQMLObject(const ArgumentMap &args) const { return q.FindQMLObject(args); }
     QObject *FindNamedQMLObject(const ArgumentMap &args) const { return q.FindNamedQMLObject(args); }

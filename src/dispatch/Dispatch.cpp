@@ -10,6 +10,9 @@
 #include "TraceLog.h"
 
 #include <QJSValue>
+#include <QStringList>
+
+#include <algorithm>
 
 bool UIRemoteControl::controlObject(const QVariant &request, QVariant &retValue)
 {
@@ -20,6 +23,19 @@ bool UIRemoteControl::controlObject(const QVariant &request, QVariant &retValue)
     return Action(info, retValue);
 }
 
+namespace {
+
+bool NamesAnObject(const ControlRow &row)
+{
+    static const QStringList listing = {QStringLiteral("tree"), QStringLiteral("find"), QStringLiteral("waitsignal")};
+    if (listing.contains(QLatin1String(row.word)))
+        return false;
+    return std::any_of(row.args.begin(), row.args.end(),
+                       [](const ControlArgument &argument) { return qstrcmp(argument.key, "objname") == 0; });
+}
+
+} // namespace
+
 bool UIRemoteControl::Action(const ParsedMessageInfo &info, QVariant &value)
 {
     m_engine->ClearFailureReason();
@@ -29,6 +45,11 @@ bool UIRemoteControl::Action(const ParsedMessageInfo &info, QVariant &value)
         value = QVariant();
         return false;
     }
+    // In extension mode an object a view has not created yet is scrolled to first, as a person
+    // would (controls/Scrolling.cpp); "tree" and "find" list what exists, and "waitsignal" also
+    // names context properties.
+    if (m_engine->m_extensions && NamesAnObject(*row))
+        m_engine->RevealNamedObject(info.args);
     const bool result = row->handler(*this, info.args, value);
     // A value too deep to convert fails the control instead of overflowing the stack.
     if (value.isValid() && !m_engine->CheckNesting(value, "UIRemoteControl::Action")) {

@@ -17,7 +17,8 @@ class QQuickWindow;
 namespace SceneTree {
 
 // An object's children plus its visual children that live elsewhere in the object tree
-// (delegates of views and repeaters).
+// (delegates of views and repeaters, items without QObject parent), and for the popups' overlay
+// the popups no QObject parent ties to the scene (the shared ToolTip) in place of their items.
 UIREMOTECONTROL_EXPORT QList<QObject *> Children(QObject *object);
 
 // Visits every object below root once, depth first, pre-order, through Children();

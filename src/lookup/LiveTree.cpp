@@ -3,6 +3,7 @@
 #include "LiveTree.h"
 
 #include "ObjectPaths.h"
+#include "Resolution.h"
 #include "SceneTree.h"
 #include "Selector.h"
 
@@ -58,7 +59,10 @@ QVariantMap Describe(QObject *object, const QHash<QObject *, QString> &paths)
 {
     QVariantMap fields;
     const QString name = object->objectName();
-    fields.insert(QStringLiteral("label"), name.isEmpty() ? QString::fromLatin1(object->metaObject()->className()) : name);
+    // A window without a name is labelled by the name winobjname finds it by (Resolution.h).
+    auto *window = qobject_cast<QWindow *>(object);
+    const QString fallback = window ? WindowName(window) : QString::fromLatin1(object->metaObject()->className());
+    fields.insert(QStringLiteral("label"), name.isEmpty() ? fallback : name);
     fields.insert(QStringLiteral("type"), Selector::TypeName(object));
     const auto path = paths.constFind(object);
     fields.insert(QStringLiteral("path"), path == paths.constEnd() ? QVariant::fromValue(nullptr) : QVariant(*path));
@@ -74,6 +78,10 @@ QVariantMap Describe(QObject *object, const QHash<QObject *, QString> &paths)
         // Shown: visible itself and in a shown window.
         fields.insert(QStringLiteral("visible"), item->isVisible() && item->window() && item->window()->isVisible());
         fields.insert(QStringLiteral("enabled"), item->isEnabled());
+        // The top item of a window (that of a QQuickView serves as the root) tells the name of its
+        // window, as winobjname takes it.
+        if (item->window() && item->parentItem() == item->window()->contentItem())
+            fields.insert(QStringLiteral("window"), WindowName(item->window()));
     }
     AddState(object, fields);
     return fields;

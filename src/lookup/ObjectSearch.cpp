@@ -2,6 +2,8 @@
 
 #include "UIRemoteControl.h"
 
+#include "ControlEngine.h"
+
 #include "RouteStack.h"
 #include "SearchOrder.h"
 #include "TraceLog.h"
@@ -52,6 +54,7 @@ QString NamesFrom(const QStringList &names, int head)
 struct Failures {
     QHash<const QObject *, int> highest;
     bool active = false;
+    bool unowned = false; // extension mode: SearchOrder::Unowned() too
     bool Known(const QObject *object, int head) const
     {
         const auto it = highest.constFind(object);
@@ -99,7 +102,14 @@ QObject *FindBelow(QObject *parent, const QStringList &names, int head, RouteSta
     }
     if (SearchOrder::IsFlickable(parent)) {
         failures.active = failures.active || !TraceLog::ShouldLog(TraceLog::Trace, __FILE__, __LINE__);
-        return FindPathInFlickable(parent, names, head, route, failures);
+        if (QObject *found = FindPathInFlickable(parent, names, head, route, failures))
+            return found;
+    }
+    if (failures.unowned) {
+        for (QObject *child : SearchOrder::Unowned(parent)) {
+            if (QObject *found = FindPath(child, names, head, route, failures))
+                return found;
+        }
     }
     return nullptr;
 }
@@ -148,6 +158,7 @@ QObject *FindPath(QObject *parent, const QStringList &names, int head, RouteStac
 QObject *UIRemoteControl::FindQMLObject(QObject *parent, QStringList names, RouteStack *route) const
 {
     Failures failures;
+    failures.unowned = m_engine->m_extensions;
     return FindPath(parent, names, 0, route, failures);
 }
 
@@ -300,6 +311,44 @@ quint64 g_visits = 0;
 void CountVisit() { ++g_visits; }
 quint64 Visits() { return g_visits; }
 
+namespace {
+
+// Whether a QObject parent of the object is an item, a window or a popup, which the search meets.
+bool OwnedInScene(const QObject *object)
+{
+    for (const QObject *up = object->parent(); up; up = up->parent()) {
+        if (qobject_cast<const QQuickItem *>(up) || up->isWindowType() || up->inherits("QQuickPopup"))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+QList<QObject *> Unowned(const QObject *object)
+{
+    QList<QObject *> unowned;
+    const auto *item = qobject_cast<const QQuickItem *>(object);
+    if (!item)
+        return unowned;
+    // A view's content and the parent of a repeater hold delegates, which the search reaches
+    // through the view or the repeater, in their place.
+    if (FlickableClasses().Matches(item->parent()))
+        return unowned;
+    const QList<QQuickItem *> childItems = item->childItems();
+    if (std::any_of(childItems.begin(), childItems.end(), [](const QQuickItem *c) { return RepeaterClasses().Matches(c); }))
+        return unowned;
+    const bool overlay = item->inherits("QQuickOverlay");
+    for (QQuickItem *child : childItems) {
+        QObject *owner = child->parent();
+        if (!owner)
+            unowned.append(child);
+        else if (overlay && owner->inherits("QQuickPopup") && !OwnedInScene(owner) && !unowned.contains(owner))
+            unowned.append(owner);
+    }
+    return unowned;
+}
+
 QList<QObject *> Children(QObject *object)
 {
     QList<QObject *> all = object->children();
@@ -311,6 +360,7 @@ QList<QObject *> Children(QObject *object)
         for (QQuickItem *item : FlickableDelegates(object))
             all.append(item);
     }
+    all.append(Unowned(object));
     return all;
 }
 

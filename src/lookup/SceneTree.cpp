@@ -16,11 +16,17 @@ namespace SceneTree {
 QList<QObject *> Children(QObject *object)
 {
     QList<QObject *> children = object->children();
+    // Popups that only the overlay ties to the scene (the shared ToolTip) stand in for their items.
+    const QList<QObject *> unowned = SearchOrder::Unowned(object);
     if (auto *item = qobject_cast<QQuickItem *>(object)) {
         for (QQuickItem *child : item->childItems()) {
-            if (child->parent() != object)
+            if (child->parent() != object && !unowned.contains(child->parent()))
                 children.append(child);
         }
+    }
+    for (QObject *popup : unowned) {
+        if (!children.contains(popup))
+            children.append(popup);
     }
     return children;
 }

@@ -25,11 +25,17 @@ bool IsFlickable(const QObject *object);
 QList<QQuickItem *> RepeaterDelegates(const QObject *repeater);
 // The flickable's delegates: the visual children of each of its child items.
 QList<QQuickItem *> FlickableDelegates(const QObject *flickable);
+// What only the scene's drawing ties to object, which no QObject parent reaches: the child items
+// of an item that have no QObject parent (the revealed items of a SwipeDelegate), and, for the
+// overlay of Controls 2 popups, the popups of its items whose QObject parents lead to no item,
+// window or popup (the shared ToolTip, a child of the QML engine). Searched after the rest.
+QList<QObject *> Unowned(const QObject *object);
 // Visits of objects by the searches so far (one thread: the GUI thread's), for tests and
 // benchmarks that check how often a search meets each object.
 void CountVisit();
 UIREMOTECONTROL_EXPORT quint64 Visits();
-// Everything the search descends into from object, in its order (an object may appear twice).
+// Everything the search descends into from object, in its order (an object may appear twice);
+// Unowned() included (extension mode's searches).
 UIREMOTECONTROL_EXPORT QList<QObject *> Children(QObject *object);
 
 } // namespace SearchOrder

@@ -10,6 +10,7 @@ def test_a_quick_view_window_without_a_name(launch):
     assert ui.wait_for_property("{MouseArea}", "enabled", True, timeout=30)
     name = ui.get_window_name("{MouseArea}").value
     assert name == "top"  # the root item's QML id: neither window nor root has a name
+    assert ui.tree(depth=0)["window"] == name  # the tree tells it at the window's top item
     assert ui.send({"click": {"objname": "{MouseArea}", "winobjname": ""}}).result is True
     assert ui.send({"click": {"objname": "{MouseArea}"}}).result is True
     assert ui.send({"click": {"objname": "{MouseArea}", "winobjname": name, "actionable": True}}).result is True
