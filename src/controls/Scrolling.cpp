@@ -2,9 +2,10 @@
 // created yet is reached by paging the views where it could be until it exists, and an item
 // outside its Flickable's visible area is scrolled into view before a checked pointer action.
 //
-// The search itself (lookup/) only reads the scene. The step that writes is here: the control
-// table's dispatch calls RevealNamedObject before the handler of a word that names an object, and
-// the handler's own search then finds what the scrolling made.
+// The search itself (lookup/) only reads the scene. The step that writes is here: when a handler
+// of a word that names an object failed because its search found nothing, dispatch calls
+// RevealNamedObject and, when that made the object, runs the handler again. A control whose
+// object exists pays for one search, as before.
 
 #include "ControlEngine.h"
 

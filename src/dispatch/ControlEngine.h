@@ -68,6 +68,8 @@ public:
     // views where it was not found go back). BringIntoView: scrolls each Flickable the item lies
     // in so that the item is inside its visible area.
     bool RevealNamedObject(const ArgumentMap &args);
+    // Set when a search for a message's path found nothing (the chance to scroll to it).
+    mutable bool m_missedObject = false;
     void BringIntoView(QQuickItem *item) const;
 
     // Signal spies and waits that do not poll.

@@ -45,12 +45,16 @@ bool UIRemoteControl::Action(const ParsedMessageInfo &info, QVariant &value)
         value = QVariant();
         return false;
     }
-    // In extension mode an object a view has not created yet is scrolled to first, as a person
-    // would (controls/Scrolling.cpp); "tree" and "find" list what exists, and "waitsignal" also
-    // names context properties.
-    if (m_engine->m_extensions && NamesAnObject(*row))
-        m_engine->RevealNamedObject(info.args);
-    const bool result = row->handler(*this, info.args, value);
+    m_engine->m_missedObject = false;
+    bool result = row->handler(*this, info.args, value);
+    // In extension mode an object a view has not created yet is scrolled to, as a person would
+    // (controls/Scrolling.cpp), and the control runs again; "tree" and "find" list what exists,
+    // and "waitsignal" also names context properties.
+    if (!result && m_engine->m_missedObject && NamesAnObject(*row) && m_engine->RevealNamedObject(info.args)) {
+        m_engine->ClearFailureReason();
+        value = QVariant();
+        result = row->handler(*this, info.args, value);
+    }
     // A value too deep to convert fails the control instead of overflowing the stack.
     if (value.isValid() && !m_engine->CheckNesting(value, "UIRemoteControl::Action")) {
         value = QVariant();

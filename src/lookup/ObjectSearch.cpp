@@ -10,6 +10,7 @@
 
 #include <QHash>
 #include <QQuickItem>
+#include <QQuickWindow>
 
 #include <algorithm>
 #include <cstring>
@@ -331,14 +332,20 @@ QList<QObject *> Unowned(const QObject *object)
     const auto *item = qobject_cast<const QQuickItem *>(object);
     if (!item)
         return unowned;
+    // Every search visits this for every item: the cheap tests come first. Only a child item
+    // without a QObject parent, or a popup below the window's overlay (a child of the window's
+    // content item), can be unowned.
+    const QList<QQuickItem *> childItems = item->childItems();
+    const bool overlay = item->window() && item->parentItem() == item->window()->contentItem() &&
+                         item->inherits("QQuickOverlay");
+    if (!overlay && std::all_of(childItems.begin(), childItems.end(), [](const QQuickItem *c) { return c->parent(); }))
+        return unowned;
     // A view's content and the parent of a repeater hold delegates, which the search reaches
     // through the view or the repeater, in their place.
     if (FlickableClasses().Matches(item->parent()))
         return unowned;
-    const QList<QQuickItem *> childItems = item->childItems();
     if (std::any_of(childItems.begin(), childItems.end(), [](const QQuickItem *c) { return RepeaterClasses().Matches(c); }))
         return unowned;
-    const bool overlay = item->inherits("QQuickOverlay");
     for (QQuickItem *child : childItems) {
         QObject *owner = child->parent();
         if (!owner)

@@ -52,8 +52,10 @@ QObject *UIRemoteControl::FindNamedQMLObject(const ArgumentMap &args) const
     route.DumpSnapshots();
     if (!found) {
         RC_FIXED_ERROR("%s, can not find QObject %s", "UIRemoteControl::FindNamedQMLObject", path.toLocal8Bit().constData());
-        if (m_engine->m_extensions)
+        if (m_engine->m_extensions) {
             m_engine->SetFailureReason(m_engine->NoMatchReason(path));
+            m_engine->m_missedObject = true;
+        }
     }
     return found;
 }

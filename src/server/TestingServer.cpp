@@ -113,8 +113,8 @@ void UIRemoteControl::ReadDataFromClient()
 }
 
 // Cuts the bytes at hand into messages: whitespace outside strings is dropped, a '}' directly
-// followed by '{' ends a message (in extension mode, strings may hold escaped quotes), and the end of the bytes at hand ends the last one (even when
-// it is empty). Nothing is kept between reads: a message split over two reads becomes two
+// followed by '{' ends a message (in extension mode, strings may hold escaped quotes), and the
+// end of the bytes at hand ends the last one (even when it is empty). Nothing is kept between reads: a message split over two reads becomes two
 // broken messages, so clients send each message whole and wait for its reply. Messages stay
 // bytes until they are parsed (WireText::ParseMessage).
 void UIRemoteControl::ReadMessage(QTcpSocket *socket)
@@ -129,21 +129,21 @@ void UIRemoteControl::ReadMessage(QTcpSocket *socket)
     const QPointer<QTcpSocket> guarded(socket);
     int out = 0;
     int start = 0;
-    bool inQuotes = false;
     // In extension mode a backslash inside a string escapes the next byte (\" is no closing
     // quote); outside it the framing stays as it always was.
     const bool escapes = m_engine->m_extensions;
     for (int i = 0; i < size; ++i) {
         const char c = data[i];
         if (c == '"') {
-            inQuotes = !inQuotes;
+            // A string, kept as it is up to its closing quote (or the end of the bytes at hand).
             data[out++] = c;
-            continue;
-        }
-        if (inQuotes) {
-            data[out++] = c;
-            if (c == '\\' && escapes && i + 1 < size)
-                data[out++] = data[++i];
+            for (++i; i < size && data[i] != '"'; ++i) {
+                if (data[i] == '\\' && escapes && i + 1 < size)
+                    data[out++] = data[i++];
+                data[out++] = data[i];
+            }
+            if (i < size)
+                data[out++] = '"';
             continue;
         }
         if (c == '{' && out > start && data[out - 1] == '}') {
