@@ -67,6 +67,22 @@ private slots:
         QVERIFY2(visits <= quint64(4 * m_objects), qPrintable(QStringLiteral("%1 visits of %2 objects").arg(visits).arg(m_objects)));
     }
 
+    void selectorLookupsMeetEachObjectAFewTimes()
+    {
+        bool result = true;
+        quint64 visits = Visits({{"getpro", QVariantMap{{"objname", "{Item objectName=\"nowhere\"}"}, {"property", "x"}}}}, &result);
+        QVERIFY(!result);
+        QVERIFY2(visits <= quint64(4 * m_objects), qPrintable(QStringLiteral("%1 visits of %2 objects").arg(visits).arg(m_objects)));
+        visits = Visits({{"getpro", QVariantMap{{"objname", "nowhere.{Item}"}, {"property", "x"}}}}, &result);
+        QVERIFY(!result);
+        QVERIFY2(visits <= quint64(4 * m_objects), qPrintable(QStringLiteral("%1 visits of %2 objects").arg(visits).arg(m_objects)));
+        QVariant value;
+        visits = Visits({{"getpro", QVariantMap{{"objname", "{Item objectName=\"leaf\"}"}, {"property", "objectName"}}}}, &result, &value);
+        QVERIFY(result);
+        QCOMPARE(value.toString(), QStringLiteral("leaf"));
+        QVERIFY2(visits <= quint64(4 * m_objects), qPrintable(QStringLiteral("%1 visits of %2 objects").arg(visits).arg(m_objects)));
+    }
+
     void treeAndFindAnswer()
     {
         QElapsedTimer clock;

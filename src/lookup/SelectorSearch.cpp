@@ -37,53 +37,78 @@ bool Shown(const QObject *object)
 
 namespace {
 
-// The matches of a selector segment in the subtree of object, in search order, each once.
-void Collect(QObject *object, const Segment &segment, QList<QObject *> &matches, QSet<const QObject *> &seen)
+// The matches of a selector segment in the subtree of object, in search order, each once. An
+// object met again (below a repeater or a view) had its whole subtree collected already, so the
+// walk does not go below it twice: one lookup walks each object once.
+void Collect(QObject *object, const Segment &segment, QList<QObject *> &matches, QSet<const QObject *> &walked)
 {
-    if (!seen.contains(object) && Matches(segment, object)) {
-        seen.insert(object);
+    if (walked.contains(object))
+        return;
+    walked.insert(object);
+    SearchOrder::CountVisit();
+    if (Matches(segment, object))
         matches.append(object);
-    }
     for (QObject *child : SearchOrder::Children(object))
-        Collect(child, segment, matches, seen);
+        Collect(child, segment, matches, walked);
 }
 
-QObject *FindIn(const QList<QObject *> &starts, const Path &path, int head, RouteStack *route);
+// The name searches of one lookup that found nothing, by object and segment: met again, they
+// would find nothing again (and take no route snapshot: only a found target takes one).
+using Failed = QSet<QPair<const QObject *, int>>;
+
+QObject *FindNameHere(QObject *object, const Path &path, int head, RouteStack *route, Failed &failed);
+
+QObject *FindIn(const QList<QObject *> &starts, const Path &path, int head, RouteStack *route, Failed &failed);
 
 // A name segment: the first object in search order with that name consumes it, and the rest of
 // the path is searched below it; when it is not found there, the search goes on after it.
-QObject *FindName(QObject *object, const Path &path, int head, RouteStack *route)
+QObject *FindName(QObject *object, const Path &path, int head, RouteStack *route, Failed &failed)
 {
-    RouteStackGuard guard(object, route);
+    const QPair<const QObject *, int> visit(object, head);
+    if (failed.contains(visit))
+        return nullptr;
+    QObject *found = nullptr;
+    {
+        RouteStackGuard guard(object, route);
+        SearchOrder::CountVisit();
+        found = FindNameHere(object, path, head, route, failed);
+    }
+    if (!found)
+        failed.insert(visit);
+    return found;
+}
+
+QObject *FindNameHere(QObject *object, const Path &path, int head, RouteStack *route, Failed &failed)
+{
     if (object->objectName() == path.at(head).name) {
         if (head + 1 == path.size()) {
             if (route)
                 route->TakeSnapshot(QStringLiteral("target found"));
             return object;
         }
-        return FindIn(SearchOrder::Children(object), path, head + 1, route);
+        return FindIn(SearchOrder::Children(object), path, head + 1, route, failed);
     }
     for (QObject *child : SearchOrder::Children(object)) {
-        if (QObject *found = FindName(child, path, head, route))
+        if (QObject *found = FindName(child, path, head, route, failed))
             return found;
     }
     return nullptr;
 }
 
-QObject *FindIn(const QList<QObject *> &starts, const Path &path, int head, RouteStack *route)
+QObject *FindIn(const QList<QObject *> &starts, const Path &path, int head, RouteStack *route, Failed &failed)
 {
     const Segment &segment = path.at(head);
     if (!segment.isSelector) {
         for (QObject *start : starts) {
-            if (QObject *found = FindName(start, path, head, route))
+            if (QObject *found = FindName(start, path, head, route, failed))
                 return found;
         }
         return nullptr;
     }
     QList<QObject *> matches;
-    QSet<const QObject *> seen;
+    QSet<const QObject *> walked;
     for (QObject *start : starts)
-        Collect(start, segment, matches, seen);
+        Collect(start, segment, matches, walked);
     std::stable_partition(matches.begin(), matches.end(), [](const QObject *o) { return Shown(o); });
     if (segment.index < 0 || segment.index >= matches.size())
         return nullptr;
@@ -94,7 +119,7 @@ QObject *FindIn(const QList<QObject *> &starts, const Path &path, int head, Rout
             route->TakeSnapshot(QStringLiteral("target found"));
         return chosen;
     }
-    return FindIn(SearchOrder::Children(chosen), path, head + 1, route);
+    return FindIn(SearchOrder::Children(chosen), path, head + 1, route, failed);
 }
 
 } // namespace
@@ -106,7 +131,8 @@ QObject *Find(QObject *root, const Path &path, RouteStack *route)
             route->TakeSnapshot(QStringLiteral("invalid argument"));
         return nullptr;
     }
-    return FindIn({root}, path, 0, route);
+    Failed failed;
+    return FindIn({root}, path, 0, route, failed);
 }
 
 } // namespace Selector
