@@ -9,7 +9,8 @@ qt6-base-dev qt6-declarative-dev qml6-module-qtquick qml6-module-qtquick-window 
 qml6-module-qtqml-models qml6-module-qtquick-controls qml6-module-qtquick-templates \
 qml6-module-qtqml-workerscript qml6-module-qtquick-layouts qml6-module-qttest \
 qtquickcontrols2-5-dev qtquickcontrols2-5-examples qml-module-qtquick-layouts qml-module-qt-labs-settings \
-python3-pyqt5.qtquick python3-pyside2.qtquick python3-pyqt6.qtquick python3-lxml python3-selenium"
+python3-pyqt5.qtquick python3-pyside2.qtquick python3-pyqt6.qtquick python3-lxml python3-selenium \
+qtdeclarative5-examples"
 missing=""
 for p in $PACKAGES; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing="$missing $p"
