@@ -41,9 +41,11 @@ def test_dump_tree_lists_labels_types_and_paths(uiremote_app):
     types = [line["cls"] for line in lines]
     for wanted in ("Rectangle", "Text", "MouseArea"):
         assert wanted in types
-    # Without names an object is listed under its class name, and a selector path finds it.
+    # A window without a name is listed under the name that finds it (its root's QML id here).
     client = app.client
-    for line in lines:
+    assert lines[0]["label"] == client.get_window_name(lines[1]["path"]).value == "box"
+    # Without names an object is listed under its class name, and a selector path finds it.
+    for line in lines[1:]:
         assert line["label"].startswith("QQuick")
         assert line["path"].startswith("{") and line["path"].endswith(("}", "]"))
     text = next(line for line in lines if line["cls"] == "Text")
