@@ -49,6 +49,7 @@ from .scoped import (  # noqa: F401  (fixtures of this plugin)
     default_window,
     function_apps,
     save_artifacts,
+    stop_all,
     uiremote_module_app,
     uiremote_session_app,
 )
@@ -143,17 +144,7 @@ def uiremote_app(request, tmp_path_factory):
         return app
 
     yield start
-
-    problems = []
-    for app in apps:
-        if app.ended_unexpectedly:
-            problems.append(
-                "%s ended unexpectedly with status %s\n--- application output ---\n%s"
-                % (app.describe(), app.process.returncode, app.output)
-            )
-        app.stop()
-    if problems:
-        pytest.fail("\n\n".join(problems), pytrace=False)
+    stop_all(apps)
 
 
 def _resolve(request, qml):

@@ -28,7 +28,7 @@ import pytest
 from ..app import READY_LINE, Application
 from ..errors import UIRemoteAppError
 from ..launch import find_launcher, find_log_library, launch_command, launcher_name, qt_major
-from .scoped import default_window, function_apps
+from .scoped import default_window, function_apps, stop_all
 
 MARKER = "uiremote_program"
 
@@ -116,14 +116,7 @@ def uiremote_launch(request, tmp_path_factory):
         return app
 
     yield launch
-    problems = []
-    for app in apps:
-        if app.ended_unexpectedly:
-            problems.append("%s ended unexpectedly with status %s\n--- application output ---\n%s"
-                            % (app.describe(), app.process.returncode, app.output))
-        app.stop()
-    if problems:
-        pytest.fail("\n\n".join(problems), pytrace=False)
+    stop_all(apps)
 
 
 @pytest.fixture

@@ -34,6 +34,18 @@ def function_apps(item):
     return item.stash.setdefault(_FUNCTION_APPS, [])
 
 
+def stop_all(apps):
+    """Stops the applications a fixture started; fails the test when one of them ended on its own."""
+    problems = []
+    for app in apps:
+        if app.ended_unexpectedly:
+            problems.append("%s ended unexpectedly with status %s\n--- application output ---\n%s"
+                            % (app.describe(), app.process.returncode, app.output))
+        app.stop()
+    if problems:
+        pytest.fail("\n\n".join(problems), pytrace=False)
+
+
 def window_name(client):
     """The name that finds the window the application shows (None when it shows none).
 
